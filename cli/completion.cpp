@@ -10,7 +10,7 @@
 
 #include "output.h"
 #include "subcommand.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 namespace {

@@ -13,7 +13,7 @@
 
 #include "error.h"
 #include "number.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 namespace {
@@ -30,10 +30,8 @@ int is_line_end(unsigned char c) {
 }
 
 std::string quoted(std::string_view text) {
-  constexpr size_t kShown = 40;  // a message is one line, whatever stands in the file
-  std::string shown = "'";
-  for (const char c : text.substr(0, kShown)) shown += static_cast<unsigned char>(c) < ' ' ? '?' : c;
-  return shown + (text.size() > kShown ? "...'" : "'");
+  constexpr size_t kShown = 40;
+  return "'" + one_line(text.substr(0, kShown)) + (text.size() > kShown ? "...'" : "'");
 }
 
 bool is_number(std::string_view text) {

@@ -6,7 +6,7 @@
 
 #include "error.h"
 #include "qlx/qvm.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 namespace {
@@ -24,11 +24,11 @@ std::optional<KernelTable<Real>>& tables_of(Function* function) {
 // Adds the kernels of one row of the catalogue. Rows whose kernels have none of Kernel's types, that is pack, unpack
 // and the complex types, find no use on columns of a file and are passed over.
 template <typename KernelPointer>
-void add(std::vector<Function>* list, const char* name, const KernelPointer* table) {
+void add(std::vector<Function>* list, const char* name, const char* equation, const KernelPointer* table) {
   const auto add_as = [&]<typename Real>(Real) {
     if constexpr (std::is_constructible_v<Kernel<Real>, KernelPointer>) {
       auto found = std::find_if(list->begin(), list->end(), [&](const Function& f) { return f.name == name; });
-      if (found == list->end()) found = list->insert(found, Function{name, nullptr, {}, {}});
+      if (found == list->end()) found = list->insert(found, Function{name, equation, nullptr, {}, {}});
       const KernelTable<Real> kernels{table[0], table[1], table[2]};
       found->shape = &kShapes[kernels[0].index()];
       tables_of<Real>(&*found) = kernels;
@@ -40,10 +40,12 @@ void add(std::vector<Function>* list, const char* name, const KernelPointer* tab
 
 std::vector<Function> make_functions() {
   std::vector<Function> list;
-#undef QLX_FN
-#define QLX_FN(type, Name, shape, sharing, la, ha, ep) add(&list, #Name, qlx_qvm_kernel_##type##Name##_ttab);
+  const char* equation = "";
+#define QLX_FUNCTION(Name, text) equation = text;
+#define QLX_FN(type, Name, shape, sharing, la, ha, ep) add(&list, #Name, equation, qlx_qvm_kernel_##type##Name##_ttab);
 #include "frame/catalogue.def"
 #undef QLX_FN
+#undef QLX_FUNCTION
   std::sort(list.begin(), list.end(),
             [](const Function& x, const Function& y) { return lower_case(x.name) < lower_case(y.name); });
   return list;

@@ -35,7 +35,8 @@ struct Shape {
 };
 
 struct Function {
-  std::string name;  // as the catalogue has it, such as "SinCos"
+  std::string name;      // as the catalogue has it, such as "SinCos"
+  std::string equation;  // what it computes, such as "r = the least integer not below a"
   const Shape* shape;
   std::optional<KernelTable<double>> d;
   std::optional<KernelTable<float>> s;

@@ -15,7 +15,7 @@
 #include "qlx/core.h"
 #include "qlx/qvm.h"
 #include "subcommand.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 namespace {

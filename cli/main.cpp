@@ -8,7 +8,7 @@
 
 #include "error.h"
 #include "subcommand.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 
@@ -31,10 +31,7 @@ constexpr Subcommand kSubcommands[] = {
 };
 
 int fail(const std::string& message) {
-  // One line, whatever a library's message holds.
-  std::string line = message;
-  std::replace(line.begin(), line.end(), '\n', ' ');
-  std::fprintf(stderr, "qlx: %s\n", line.c_str());
+  std::fprintf(stderr, "qlx: %s\n", one_line(message).c_str());
   return kExitBadUse;
 }
 

@@ -19,7 +19,7 @@
 #include "progress.h"
 #include "qlx/qvm.h"
 #include "subcommand.h"
-#include "suggest.h"
+#include "text.h"
 
 namespace qlx::cli {
 namespace {
@@ -218,8 +218,8 @@ int evaluate(const Function& function, const Arguments& arguments) {
     std::stable_sort(errors.begin(), errors.end(),
                      [](const ElementError& x, const ElementError& y) { return x.row < y.row; });
     for (const ElementError& error : errors) {
-      append_error<Real>(&complaints, reader.file(), block.lines[error.row], applications[error.application].label,
-                         shape, error);
+      append_error<Real>(&complaints, reader.file(), block.lines[error.row],
+                         one_line(applications[error.application].label), shape, error);
       ++counts[error.status];
     }
     for (size_t i = 0; i < block.rows(); ++i) {
@@ -243,11 +243,14 @@ int evaluate(const Function& function, const Arguments& arguments) {
 
 int print_list() {
   Output out;
-  out << "function,arguments,results,parameters,types\n";
+  out << "function,arguments,results,parameters,types,meaning\n";
   for (const Function& function : functions()) {
-    out << lower_case(function.name) << "," << std::to_string(function.shape->arguments) << ","
-        << std::to_string(function.shape->results) << "," << join(function.shape->parameters, " ") << ","
-        << (function.d ? "d" : "") << (function.d && function.s ? " " : "") << (function.s ? "s" : "") << "\n";
+    const Shape& shape = *function.shape;
+    std::string row = lower_case(function.name) + "," + std::to_string(shape.arguments) + "," +
+                      std::to_string(shape.results) + "," + join(shape.parameters, " ") + "," +
+                      (function.d ? "d" : "") + (function.d && function.s ? " " : "") + (function.s ? "s" : "") + ",";
+    append_csv_field(&row, function.equation);
+    out << row << "\n";
   }
   out.send(stdout);
   return kExitOk;

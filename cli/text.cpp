@@ -1,6 +1,6 @@
-// Suggestions by edit distance.
+// Small text services; suggestions go by edit distance.
 // SPDX-License-Identifier: Apache-2.0
-#include "suggest.h"
+#include "text.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,6 +29,13 @@ std::string lower_case(std::string_view text) {
   for (char& c : lower)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   return lower;
+}
+
+std::string one_line(std::string_view text) {
+  std::string line(text);
+  for (char& c : line)
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
+  return line;
 }
 
 std::string join(const std::vector<std::string>& words, std::string_view separator) {

@@ -1,7 +1,7 @@
-// "Did you mean": the names of a list that are closest to a mistyped one.
+// Small text services: case, joining, messages of one line, and "did you mean".
 // SPDX-License-Identifier: Apache-2.0
-#ifndef QLX_CLI_SUGGEST_H
-#define QLX_CLI_SUGGEST_H
+#ifndef QLX_CLI_TEXT_H
+#define QLX_CLI_TEXT_H
 
 #include <string>
 #include <string_view>
@@ -10,6 +10,8 @@
 namespace qlx::cli {
 
 std::string lower_case(std::string_view text);
+// Control characters become blanks: names that come from a file must not break a message's line.
+std::string one_line(std::string_view text);
 std::string join(const std::vector<std::string>& words, std::string_view separator);
 
 // "unknown KIND 'WORD'; did you mean A, B or C?", with up to three names of the least edit distance, case apart; only
