@@ -31,7 +31,10 @@ int is_line_end(unsigned char c) {
 
 std::string quoted(std::string_view text) {
   constexpr size_t kShown = 40;
-  return "'" + one_line(text.substr(0, kShown)) + (text.size() > kShown ? "...'" : "'");
+  std::string shown = "'";
+  shown += one_line(text.substr(0, kShown));
+  shown += text.size() > kShown ? "...'" : "'";
+  return shown;
 }
 
 bool is_number(std::string_view text) {
