@@ -19,7 +19,7 @@ constexpr int32_t kNarrow = 1;
 
 // Runs body(i, word) for each element; `word` has the type of mask and index words.
 template <class Body>
-void for_each(int64_t n, int32_t selector, const Body& body) {
+void for_each(int64_t n, int32_t selector, Body body) {
   if (selector == kNarrow) {
     const auto count = static_cast<int32_t>(static_cast<uint32_t>(n));
     for (int32_t i = 0; i < count; ++i) body(static_cast<std::ptrdiff_t>(i), int32_t{});
