@@ -37,6 +37,13 @@ class ControlWords {
 
   uint32_t mode() const { return mode_; }
 
+  // The value, unknown to the compiler: arithmetic on it can't move to before these words are in force.
+  template <class Real>
+  Real pin(Real x) const {
+    asm volatile("" : "+x"(x));
+    return x;
+  }
+
  private:
   static constexpr uint32_t kControlBits = 0xFFC0;      // masks, rounding, flush to zero, denormals are zero
   static constexpr uint32_t kNearest = 0x1F80;          // all masked, round to nearest
