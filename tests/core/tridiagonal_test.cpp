@@ -30,7 +30,8 @@ struct Names<float> {
 // A diagonally dominant system with right-hand sides; `scale` multiplies the matrix.
 template <class T>
 struct System {
-  System(int64_t n, int64_t nrhs, int64_t ldb, T scale) : n(n), nrhs(nrhs), ldb(ldb), b(ldb * nrhs, T(-77)) {
+  System(int64_t order, int64_t columns, int64_t ld, T scale)
+      : n(order), nrhs(columns), ldb(ld), b(ldb * nrhs, T(-77)) {
     std::mt19937 random(static_cast<unsigned>(n * 31 + nrhs));
     std::uniform_real_distribution<double> uniform(-1, 1);
     for (int64_t i = 0; i + 1 < n; ++i) {
