@@ -1,6 +1,7 @@
 // The threader: every task once, never more threads than the limit, order inside a task, and where the limit comes
 // from. SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
+#include <xmmintrin.h>
 
 #include <atomic>
 #include <cfenv>
@@ -108,15 +109,24 @@ TEST(threader, serves_several_callers_at_once) {
   EXPECT_EQ(sum, 4 * 50 * 45);
 }
 
-TEST(threader, tasks_round_as_the_caller_does) {
+TEST(threader, tasks_run_under_the_caller_s_floating_point_control) {
+  constexpr unsigned kFlushDenormals = 0x8040;  // both bits of the control register
   Limit held(3);
+  std::atomic<int> rounds_up{0}, flushes{0};
+  const auto look = [&](int) {
+    rounds_up += std::fegetround() == FE_UPWARD;
+    flushes += (_mm_getcsr() & kFlushDenormals) == kFlushDenormals;
+  };
+  const unsigned own = _mm_getcsr();
   std::fesetround(FE_UPWARD);
-  std::atomic<int> upward{0};
-  run(30, [&](int) { upward += std::fegetround() == FE_UPWARD; });
+  _mm_setcsr(_mm_getcsr() | kFlushDenormals);
+  run(30, look);
   std::fesetround(FE_TONEAREST);
-  EXPECT_EQ(upward, 30);
-  run(30, [&](int) { upward += std::fegetround() == FE_UPWARD; });
-  EXPECT_EQ(upward, 30) << "a worker kept the rounding of an earlier caller";
+  _mm_setcsr(own);
+  EXPECT_EQ(rounds_up, 30);
+  EXPECT_EQ(flushes, 30);
+  run(30, look);
+  EXPECT_EQ(rounds_up + flushes, 60) << "a worker kept what an earlier caller had";
 }
 
 TEST(threader, set_limit_returns_the_one_before_and_clamps) {
