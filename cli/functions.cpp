@@ -50,6 +50,8 @@ template <typename... Visitors>
 struct Overloaded : Visitors... {
   using Visitors::operator()...;
 };
+template <typename... Visitors>
+Overloaded(Visitors...) -> Overloaded<Visitors...>;  // clang 14 does not deduce it by itself
 
 }  // namespace
 
