@@ -1,29 +1,71 @@
 // qlx_accuracy: measures the kernels of the functions named.
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
 
+#include "accuracy/bounds.h"
 #include "accuracy/meter.h"
 
 using namespace qlx::tools;
 
 namespace {
 
-void print_row(const KernelRow& row, const Reference& reference, int slot, const Measurement& m, bool csv) {
-  const bool relative = slot == kEP;
-  const Worst& worst = relative ? m.relative : m.ulp;
+// How the measurements are printed.
+enum class Style { kTable, kCsv, kPropose, kMarkdown };
+
+const char* const kMarkdownHead =
+    "An error is the distance from the result to the exact real, in units of the last place (ULP) of the binade\n"
+    "that holds the exact value, so that a correctly rounded result is at most 0.5 away. Below the least normal\n"
+    "number the unit is the least denormal. An infinite result counts as the next power of two beyond the\n"
+    "greatest number, unless the exact value rounds to infinity. The relative error is taken to the exact value\n"
+    "or the least normal number, whichever is greater, and is given in bits: 12.5 means 2^-12.5. Mean and share\n"
+    "of correctly rounded results are over arguments with a finite result that is not 0. The worst argument is\n"
+    "that of the relative error for EP, of the error in ULP for LA and HA. The bounds that the tests hold are in\n"
+    "tests/vecmath/bounds.csv.\n\n"
+    "| function | type | accuracy | arguments | max ULP | relative bits | mean ULP | correctly rounded | worst |\n"
+    "|---|---|---|---:|---:|---:|---:|---:|---|";
+
+void print_head(Style style, const std::string& command) {
+  switch (style) {
+    case Style::kTable:
+      std::puts(
+          "function t  a   arguments      max ulp rel bits mean ulp   correct    wrong  worst argument -> result");
+      break;
+    case Style::kCsv:
+      std::puts(
+          "function,type,accuracy,arguments,max_ulp,relative_bits,mean_ulp,share_correct,wrong_kind,worst,result");
+      break;
+    case Style::kPropose:
+      break;
+    case Style::kMarkdown:
+      std::printf("# Accuracy\n\nPrinted by `%s`.\n\n%s\n", command.c_str(), kMarkdownHead);
+      break;
+  }
+}
+
+void print_row(Style style, const KernelRow& row, const Reference& reference, int slot, const SampleOptions& sample,
+               const Measurement& m) {
+  if (style == Style::kPropose) {
+    std::puts(propose_row(row, reference, slot, sample, m).c_str());
+    return;
+  }
+  const Worst& worst = bounded_error(m, slot);
   const std::string argument = hex_arguments(reference, worst.a, worst.b);
-  const char* format = csv ? "%s,%c,%s,%llu,%.4f,%.2f,%.4f,%.4f,%llu,%s,%a\n"
-                           : "%-8s %c %s %11llu %12.4f %7.2f %9.4f %9.4f %8llu  %s -> %a\n";
-  std::printf(format, row.name.c_str(), row.type, kSlotNames[slot], static_cast<unsigned long long>(m.count),
-              m.ulp.error, m.relative_bits(), m.mean(), m.share_correct(),
-              static_cast<unsigned long long>(m.wrong_kind), argument.c_str(), worst.result);
-  if (m.wide_misses != 0)
-    std::fprintf(stderr, "qlx_accuracy: %s: the sieve missed its slack %llu times\n", row.name.c_str(),
-                 static_cast<unsigned long long>(m.wide_misses));
-  std::fflush(stdout);
+  const auto count = static_cast<unsigned long long>(m.count), wrong = static_cast<unsigned long long>(m.wrong_kind);
+  const char *name = row.name.c_str(), *accuracy = kSlotNames[slot];
+  if (style == Style::kMarkdown) {
+    std::printf("| %s | %s | %s | %llu | %.4g | %.2f | %.4f | %.4f | `%s` |\n", name,
+                row.type == 's' ? "float" : "double", accuracy, count, m.ulp.error, m.relative_bits(), m.mean(),
+                m.share_correct(), argument.c_str());
+    return;
+  }
+  const char* format = style == Style::kCsv ? "%s,%c,%s,%llu,%.4f,%.2f,%.4f,%.4f,%llu,%s,%a\n"
+                                            : "%-8s %c %s %11llu %12.4f %7.2f %9.4f %9.4f %8llu  %s -> %a\n";
+  std::printf(format, name, row.type, accuracy, count, m.ulp.error, m.relative_bits(), m.mean(), m.share_correct(),
+              wrong, argument.c_str(), worst.result);
 }
 
 }  // namespace
@@ -36,7 +78,7 @@ int main(int argc, char** argv) {
   std::string type, accuracy;
   MeterOptions options;
   options.sample.directed = QLX_SOURCE_DIR "/tests/vecmath/hard";
-  bool csv = false;
+  bool csv = false, propose = false, print = false;
   app.add_option("FUNCTION", functions, "Functions, for example Exp; none: all of the catalogue that are measured");
   app.add_option("--type", type, "s or d; both when left out")->check(CLI::IsMember({"s", "d"}));
   app.add_option("--accuracy", accuracy, "la, ha or ep; all when left out")->check(CLI::IsMember({"la", "ha", "ep"}));
@@ -48,19 +90,28 @@ int main(int argc, char** argv) {
   app.add_option("--high", options.sample.high, "Greatest first argument");
   app.add_option("--directed", options.sample.directed, "Folder of directed arguments, <FUNCTION>.txt");
   app.add_option("--threads", options.threads)->capture_default_str();
-  app.add_flag("--csv", csv, "Comma-separated values");
+  CLI::Option* styles[] = {app.add_flag("--csv", csv, "Comma-separated values"),
+                           app.add_flag("--propose", propose, "Rows for tests/vecmath/bounds.csv"),
+                           app.add_flag("--print", print, "The page docs/accuracy.md")};
+  for (CLI::Option* x : styles)
+    for (CLI::Option* y : styles)
+      if (x != y) x->excludes(y);
   CLI11_PARSE(app, argc, argv);
 
   bool slots[3];
   for (int slot = 0; slot < 3; ++slot)
     slots[slot] = accuracy.empty() || (accuracy == "la" && slot == kLA) || (accuracy == "ha" && slot == kHA) ||
                   (accuracy == "ep" && slot == kEP);
+  // All that are built, in the catalogue's order.
   if (functions.empty())
-    for (const Reference& reference : references()) functions.emplace_back(reference.name);
+    for (const KernelRow& row : kernel_list())
+      if (find_reference(row.name) && std::find(functions.begin(), functions.end(), row.name) == functions.end())
+        functions.push_back(row.name);
 
-  std::puts(
-      csv ? "function,type,accuracy,arguments,max_ulp,relative_bits,mean_ulp,share_correct,wrong_kind,worst,result"
-          : "function t  a   arguments      max ulp rel bits mean ulp   correct    wrong  worst argument -> result");
+  const Style style = csv ? Style::kCsv : propose ? Style::kPropose : print ? Style::kMarkdown : Style::kTable;
+  std::string command = "qlx_accuracy";
+  for (int k = 1; k < argc; ++k) command += std::string(" ") + argv[k];
+  print_head(style, command);
   int status = 0;
   for (const std::string& name : functions) {
     const Reference* reference = find_reference(name);
@@ -79,8 +130,12 @@ int main(int argc, char** argv) {
       measure(*row, *reference, slots, options, results);
       for (int slot = 0; slot < 3; ++slot) {
         if (!slots[slot]) continue;
-        print_row(*row, *reference, slot, results[slot], csv);
-        if (results[slot].wide_misses != 0) status = 1;
+        print_row(style, *row, *reference, slot, options.sample, results[slot]);
+        std::fflush(stdout);
+        if (results[slot].sieve_misses == 0) continue;
+        std::fprintf(stderr, "qlx_accuracy: %s: the sieve missed its slack %llu times\n", name.c_str(),
+                     static_cast<unsigned long long>(results[slot].sieve_misses));
+        status = 1;
       }
     }
   }
