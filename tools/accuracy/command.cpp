@@ -143,7 +143,7 @@ std::string command_text(const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     if (option->count() == 0) continue;
     if (!option->get_lnames().empty()) text += " --" + option->get_lnames()[0];
-    if (option->get_type_size() == 0) continue;  // a flag
+    if (option->get_expected_max() == 0) continue;  // a flag
     for (const std::string& value : option->results()) text += " " + value;
   }
   return text;
