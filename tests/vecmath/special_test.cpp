@@ -119,7 +119,7 @@ TEST(SpecialValues, rows_hold_in_every_setting) {
       ++not_built;
       continue;
     }
-    ASSERT_EQ(row.pair, kernel->pair()) << row.where;
+    ASSERT_EQ(row.pair, kernel->shape == Shape::kABR || kernel->shape == Shape::kAXR) << row.where;
     for (int slot = 0; slot < 3; ++slot) {
       if (!has_slot(row.accuracy, slot)) continue;
       for (const Setting& setting : kSettings) {

@@ -39,17 +39,13 @@ template <class Real>
 using AB_R_I = void (*)(int32_t, const Real*, int32_t, const Real*, int32_t, Real*, int32_t);
 template <class Real>
 using AX_R_I = void (*)(int32_t, const Real*, int32_t, Real, Real*, int32_t);
+
 template <class Real>
 using LinearFrac = void (*)(int32_t, const Real*, const Real*, Real, Real, Real, Real, Real*);
 template <class Real>
 using LinearFrac_I = void (*)(int32_t, const Real*, int32_t, const Real*, int32_t, Real, Real, Real, Real, Real*,
                               int32_t);
-template <class Real>
-constexpr Real kScaleA = 2;
-template <class Real>
-constexpr Real kScaleB = 3;
-template <class Real>
-constexpr Real kShift = static_cast<Real>(1.5);
+constexpr float kScaleA = 2, kShiftA = 1.5, kScaleB = 3, kShiftB = 1.5;
 
 template <class Signature>
 Signature as(AnyKernel kernel) {
@@ -101,7 +97,7 @@ void call_unit(const KernelRow& row, int slot, int32_t n, const Arrays<Real>& x)
     case Shape::kAXR:
       return as<AX_R<Real>>(k)(n, x.a, x.b[0], x.r);
     case Shape::kLinearFrac:
-      return as<LinearFrac<Real>>(k)(n, x.a, x.b, kScaleA<Real>, kShift<Real>, kScaleB<Real>, kShift<Real>, x.r);
+      return as<LinearFrac<Real>>(k)(n, x.a, x.b, kScaleA, kShiftA, kScaleB, kShiftB, x.r);
     case Shape::kOther:
       return;
   }
@@ -120,8 +116,7 @@ void call_strided(const KernelRow& row, int slot, int32_t n, const Arrays<Real>&
     case Shape::kAXR:
       return as<AX_R_I<Real>>(k)(n, x.a, inc.a, x.b[0], x.r, inc.r);
     case Shape::kLinearFrac:
-      return as<LinearFrac_I<Real>>(k)(n, x.a, inc.a, x.b, inc.b, kScaleA<Real>, kShift<Real>, kScaleB<Real>,
-                                       kShift<Real>, x.r, inc.r);
+      return as<LinearFrac_I<Real>>(k)(n, x.a, inc.a, x.b, inc.b, kScaleA, kShiftA, kScaleB, kShiftB, x.r, inc.r);
     case Shape::kOther:
       return;
   }

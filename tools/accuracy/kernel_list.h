@@ -28,7 +28,6 @@ struct KernelRow {
   const char* equation;
 
   bool real() const { return type == 's' || type == 'd'; }
-  bool pair() const { return shape == Shape::kABR || shape == Shape::kAXR || shape == Shape::kLinearFrac; }
   // The first slot with the same kernel: slots that share a kernel are measured once.
   int first_slot(int slot) const;
 };
@@ -39,8 +38,8 @@ const std::vector<KernelRow>& kernel_list();
 // Null when the library has no such kernel.
 const KernelRow* find_kernel(std::string_view name, char type);
 
-// Arrays of one call. `b` is the second argument, `s` the second result; kAXR reads b[0] alone, and kLinearFrac runs
-// with the scalars 2, 1.5, 3 and 1.5. Strides in elements.
+// Arrays of one call. `b` is the second argument, `s` the second result; kAXR reads b[0] alone. kLinearFrac runs with
+// the factors scalea 2, shifta 1.5, scaleb 3, shiftb 1.5. Strides in elements.
 template <class Real>
 struct Arrays {
   const Real* a;
