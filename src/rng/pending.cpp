@@ -21,3 +21,8 @@ QLX_PENDING(R250)
 QLX_PENDING(MRG32K3A)
 QLX_PENDING(MCG59)
 QLX_PENDING(WH)
+
+#include "qlx/core.h"
+__attribute__((weak)) int qlx_serv_cpuisicx(void) {
+  return 0;
+}

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "qlx/core.h"
+#include "qlx/qst_image.h"
 #include "rng/qst_stream.h"
 
 namespace {
@@ -12,10 +13,6 @@ using namespace qlx::rng;
 // Abstract streams take a buffer and a callback, which their own constructors collect.
 bool is_abstract(int32_t brng) {
   return brng == QST_BRNG_IABSTRACT || brng == QST_BRNG_DABSTRACT || brng == QST_BRNG_SABSTRACT;
-}
-
-int32_t state_bytes(const QstBrngProperties& properties) {
-  return std::max(properties.streamSize - kHeaderBytes, 0);
 }
 
 }  // namespace
@@ -72,7 +69,8 @@ int32_t __qstCopyStreamState(QstStream* destination, QstStream* source) {
   const QstBrngProperties& properties = *generator_of(source).properties;
   // The count of words is the rule. For WH it counts elements of four words and would run past both blocks, and
   // nothing says that the destination holds the same generator: no more is copied than both states have.
-  const int32_t room = std::min(state_bytes(properties), state_bytes(*generator_of(destination).properties));
+  const int32_t room =
+      std::min(qst_image_state_bytes(&properties), qst_image_state_bytes(generator_of(destination).properties));
   const int64_t counted = int64_t{properties.wordBytes} * properties.wordCount;
   const size_t bytes = static_cast<size_t>(std::min<int64_t>(counted, room));
   qlx_serv_memcpy_s(qst_stream_state(destination), bytes, qst_stream_state(source), bytes);
@@ -81,10 +79,9 @@ int32_t __qstCopyStreamState(QstStream* destination, QstStream* source) {
 }
 
 int32_t __qstGetStreamSize(QstStream* stream) {
-  constexpr int32_t kImageHeaderBytes = 24, kChunkHeaderBytes = 24;
-  int32_t bytes = generator_of(stream).properties->streamSize - kHeaderBytes + kImageHeaderBytes;
+  int32_t bytes = QST_IMAGE_HEADER_BYTES + qst_image_state_bytes(generator_of(stream).properties);
   for (const QstChunk* chunk = stream->chunks; chunk != nullptr; chunk = chunk->next)
-    bytes += chunk->size + kChunkHeaderBytes;
+    bytes += chunk->size + QST_IMAGE_CHUNK_BYTES;
   return bytes;
 }
 
