@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "functions.h"
+#include "generators.h"
 #include "output.h"
 #include "qlx/core.h"
 #include "qlx/qvm.h"
@@ -156,6 +157,7 @@ const Fact kFacts[] = {
     {"thread limit", [] { return std::to_string(qlx_qst_serv_threader_get_num_threads_limit()); }},
     {"mode", [] { return mode_text(_qvmGetMode()); }},
     {"functions", function_count},
+    {"generators", [] { return join(generator_names(), " "); }},
 };
 
 }  // namespace

@@ -21,11 +21,6 @@ int32_t inside(QvmElementReport*) {
   return 0;
 }
 
-uint16_t x87_word() {
-  uint16_t word;
-  __asm__ volatile("fnstcw %0" : "=m"(word));
-  return word;
-}
 uint16_t x87_status() {
   uint16_t word;
   __asm__ volatile("fnstsw %0" : "=m"(word));
@@ -56,18 +51,18 @@ using namespace qlx::dist;
 template <FramePart kPart>
 void frame_gives_everything_back(bool has_words, bool has_callback) {
   const uint32_t sse = _mm_getcsr();
-  const uint16_t x87 = x87_word();
+  const uint16_t x87 = qlx::platform::read_x87_control();
   mode = QVM_MODE_DEFAULT;
   callback = before;
   calls.clear();
   // Unmask two exceptions and raise a flag, as a caller may have it.
   _mm_setcsr((sse & ~0x280u) | 0x20u);
   const uint16_t unmasked = static_cast<uint16_t>(x87 & ~0x1Du);
-  __asm__ volatile("fldcw %0" : : "m"(unmasked));
+  qlx::platform::load_x87_control(unmasked);
   {
     const Frame<kPart> frame(inside);
     EXPECT_EQ(_mm_getcsr() & 0x1F80u, has_words ? 0x1F80u : 0x1F80u & ~0x280u);
-    EXPECT_EQ(x87_word() & 0x3F, has_words ? 0x3F : unmasked & 0x3F);
+    EXPECT_EQ(qlx::platform::read_x87_control() & 0x3F, has_words ? 0x3F : unmasked & 0x3F);
     EXPECT_EQ(mode, has_callback ? uint32_t{QVM_ERRMODE_CALLBACK | QVM_HA} : uint32_t{QVM_MODE_DEFAULT});
     EXPECT_EQ(callback, has_callback ? inside : before);
     call_kernel(
@@ -81,7 +76,7 @@ void frame_gives_everything_back(bool has_words, bool has_callback) {
     }
   }
   EXPECT_EQ(_mm_getcsr(), (sse & ~0x280u) | 0x20u);
-  EXPECT_EQ(x87_word(), unmasked);
+  EXPECT_EQ(qlx::platform::read_x87_control(), unmasked);
   if (has_words) {
     EXPECT_EQ(x87_status() & 0x3F, 0);
   }
@@ -89,7 +84,7 @@ void frame_gives_everything_back(bool has_words, bool has_callback) {
   EXPECT_EQ(mode & ~QVM_DENORMAL_MASK, uint32_t{QVM_MODE_DEFAULT});
   EXPECT_EQ(calls, has_callback ? "mode callback mode mode callback mode " : "mode mode ");
   _mm_setcsr(sse);
-  __asm__ volatile("fldcw %0" : : "m"(x87));
+  qlx::platform::load_x87_control(x87);
 }
 
 TEST(Frame, each_variation_sets_its_parts_and_gives_them_back) {
