@@ -3,11 +3,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <xmmintrin.h>  // _mm_getcsr, _mm_setcsr
-
 #include <cstdint>
 #include <type_traits>
 
+#include "platform/fpu.h"
 #include "qlx/qvm.h"
 
 namespace qlx::dist {
@@ -17,27 +16,24 @@ namespace qlx::dist {
 class MaskedExceptions {
  public:
   MaskedExceptions() {
-    constexpr uint16_t kAllMasked87 = 0x3F;
-    constexpr uint32_t kAllMaskedSse = 0x1F80;
-    clear_x87();
-    __asm__ volatile("fnstcw %0" : "=m"(x87_));
-    sse_ = _mm_getcsr();
-    const uint16_t x87 = x87_ | kAllMasked87;
-    if (x87 != x87_) load_x87(x87);
-    if ((sse_ | kAllMaskedSse) != sse_) _mm_setcsr(sse_ | kAllMaskedSse);
+    constexpr uint32_t kAllMaskedSse = 0x1F80;  // kFpuAllExceptions at the place of the SSE masks
+    platform::clear_x87_exceptions();
+    x87_ = platform::read_x87_control();
+    sse_ = platform::read_sse_control();
+    const uint16_t x87 = x87_ | platform::kFpuAllExceptions;
+    if (x87 != x87_) platform::load_x87_control(x87);
+    if ((sse_ | kAllMaskedSse) != sse_) platform::load_sse_control(sse_ | kAllMaskedSse);
   }
   ~MaskedExceptions() {
-    clear_x87();  // a pending exception would fire at the first x87 instruction under the caller's masks
-    load_x87(x87_);
-    _mm_setcsr(sse_);
+    // A pending exception would fire at the first x87 instruction under the caller's masks.
+    platform::clear_x87_exceptions();
+    platform::load_x87_control(x87_);
+    platform::load_sse_control(sse_);
   }
   MaskedExceptions(const MaskedExceptions&) = delete;
   MaskedExceptions& operator=(const MaskedExceptions&) = delete;
 
  private:
-  static void clear_x87() { __asm__ volatile("fnclex"); }
-  static void load_x87(const uint16_t& word) { __asm__ volatile("fldcw %0" : : "m"(word)); }
-
   uint16_t x87_;
   uint32_t sse_;
 };

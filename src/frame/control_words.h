@@ -19,8 +19,7 @@ class ControlWords {
       restore_ |= kRestoreX87;
     }
     mode_ = qlx_qvm_kernel_GetMode();
-    const uint32_t wanted =
-        (mode_ & QVM_DENORMAL_MASK) == QVM_DENORMAL_FAST ? kNearestFlushing : kNearest;
+    const uint32_t wanted = (mode_ & QVM_DENORMAL_MASK) == QVM_DENORMAL_FAST ? kNearestFlushing : kNearest;
     sse_ = platform::read_sse_control();
     if ((sse_ & kControlBits) != wanted) [[unlikely]] {
       platform::load_sse_control((sse_ & ~kControlBits) | wanted);
@@ -33,15 +32,22 @@ class ControlWords {
       restore();
   }
 
-  ControlWords(const ControlWords &) = delete;
-  ControlWords &operator=(const ControlWords &) = delete;
+  ControlWords(const ControlWords&) = delete;
+  ControlWords& operator=(const ControlWords&) = delete;
 
   uint32_t mode() const { return mode_; }
 
+  // The value, unknown to the compiler: arithmetic on it can't move to before these words are in force.
+  template <class Real>
+  Real pin(Real x) const {
+    asm volatile("" : "+x"(x));
+    return x;
+  }
+
  private:
-  static constexpr uint32_t kControlBits = 0xFFC0;     // masks, rounding, flush to zero, denormals are zero
-  static constexpr uint32_t kNearest = 0x1F80;         // all masked, round to nearest
-  static constexpr uint32_t kNearestFlushing = 0x9FC0; // and both denormal bits
+  static constexpr uint32_t kControlBits = 0xFFC0;      // masks, rounding, flush to zero, denormals are zero
+  static constexpr uint32_t kNearest = 0x1F80;          // all masked, round to nearest
+  static constexpr uint32_t kNearestFlushing = 0x9FC0;  // and both denormal bits
   static constexpr uint32_t kFlags = 0x3F;
   static constexpr int kRestoreX87 = 1, kRestoreSse = 2;
 

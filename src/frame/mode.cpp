@@ -15,7 +15,7 @@ constexpr int kPrefixLength = sizeof kPrefix - 1;
 constexpr uint64_t kBadValue = ~uint64_t{0};
 
 struct Token {
-  const char *word;
+  const char* word;
   uint32_t low, high;
 };
 
@@ -43,8 +43,8 @@ constexpr Token kTokens[] = {
 };
 
 // The row whose word stands at `position` and ends inside the buffer, or null.
-const Token *match_token(const char (&text)[kBufferSize], int position) {
-  for (const Token &token : kTokens) {
+const Token* match_token(const char (&text)[kBufferSize], int position) {
+  for (const Token& token : kTokens) {
     const int length = static_cast<int>(std::strlen(token.word));
     if (position + length >= kBufferSize) continue;
     if (std::memcmp(text + position, token.word, length) == 0) return &token;
@@ -59,7 +59,7 @@ uint64_t parse(const char (&text)[kBufferSize]) {
     if (position + kPrefixLength >= kBufferSize || std::memcmp(text + position, kPrefix, kPrefixLength) != 0)
       return kBadValue;
     position += kPrefixLength;
-    const Token *token = match_token(text, position);
+    const Token* token = match_token(text, position);
     if (token == nullptr) return kBadValue;
     position += static_cast<int>(std::strlen(token->word));
     masks |= uint64_t{token->high} << 32 | token->low;
@@ -93,7 +93,7 @@ constexpr uint32_t kMergedGroups[] = {QVM_ACCURACY_MASK, QVM_ERRMODE_MASK, QVM_D
                                       kReservedGroup};
 
 template <class Value>
-Value exchange(Value &stored, Value value) {
+Value exchange(Value& stored, Value value) {
   const Value before = stored;
   stored = value;
   return before;
@@ -105,7 +105,7 @@ Value exchange(Value &stored, Value value) {
 using qlx::thread_state;
 
 uint32_t qlx_qvm_kernel_GetMode(void) {
-  qlx::QvmThreadState &state = thread_state();
+  qlx::QvmThreadState& state = thread_state();
   if (state.mode == 0) [[unlikely]]
     state.mode = qlx::first_mode();
   return state.mode;
@@ -121,13 +121,21 @@ uint32_t qlx_qvm_kernel_SetMode(uint32_t mode) {
   return before;
 }
 
-int32_t qlx_qvm_kernel_GetErrStatus(void) { return thread_state().status; }
+int32_t qlx_qvm_kernel_GetErrStatus(void) {
+  return thread_state().status;
+}
 
-int32_t qlx_qvm_kernel_SetErrStatus(int32_t status) { return qlx::exchange(thread_state().status, status); }
+int32_t qlx_qvm_kernel_SetErrStatus(int32_t status) {
+  return qlx::exchange(thread_state().status, status);
+}
 
-int32_t qlx_qvm_kernel_ClearErrStatus(void) { return qlx_qvm_kernel_SetErrStatus(qvm_status_ok); }
+int32_t qlx_qvm_kernel_ClearErrStatus(void) {
+  return qlx_qvm_kernel_SetErrStatus(qvm_status_ok);
+}
 
-QvmErrorCallback qlx_qvm_kernel_GetErrorCallBack(void) { return thread_state().callback; }
+QvmErrorCallback qlx_qvm_kernel_GetErrorCallBack(void) {
+  return thread_state().callback;
+}
 
 QvmErrorCallback qlx_qvm_kernel_SetErrorCallBack(QvmErrorCallback callback) {
   uint32_t mode = qlx_qvm_kernel_GetMode();
@@ -137,27 +145,47 @@ QvmErrorCallback qlx_qvm_kernel_SetErrorCallBack(QvmErrorCallback callback) {
   return before;
 }
 
-QvmErrorCallback qlx_qvm_kernel_ClearErrorCallBack(void) { return qlx_qvm_kernel_SetErrorCallBack(nullptr); }
+QvmErrorCallback qlx_qvm_kernel_ClearErrorCallBack(void) {
+  return qlx_qvm_kernel_SetErrorCallBack(nullptr);
+}
 
-const void *qlx_qvm_kernel_SetInterfInputVectorPointer(const void *pointer) {
+const void* qlx_qvm_kernel_SetInterfInputVectorPointer(const void* pointer) {
   thread_state().interf_input_vector = pointer;
   return pointer;
 }
 
-int32_t qlx_qvm_kernel_GetTTableIndex(void) { return qlx_qvm_kernel_GetTTableIndexM(0, qlx_qvm_kernel_GetMode()); }
+int32_t qlx_qvm_kernel_GetTTableIndex(void) {
+  return qlx_qvm_kernel_GetTTableIndexM(0, qlx_qvm_kernel_GetMode());
+}
 
 int32_t qlx_qvm_kernel_GetTTableIndexM(uint32_t, uint32_t mode) {
   return static_cast<int32_t>(mode & QVM_ACCURACY_MASK) - 1;
 }
 
-uint32_t _qvmGetMode(void) { return qlx_qvm_kernel_GetMode(); }
-uint32_t _qvmSetMode(uint32_t mode) { return qlx_qvm_kernel_SetMode(mode); }
-int32_t _qvmGetErrStatus(void) { return qlx_qvm_kernel_GetErrStatus(); }
-int32_t _qvmSetErrStatus(int32_t status) { return qlx_qvm_kernel_SetErrStatus(status); }
-int32_t _qvmClearErrStatus(void) { return qlx_qvm_kernel_ClearErrStatus(); }
-QvmErrorCallback _qvmGetErrorCallBack(void) { return qlx_qvm_kernel_GetErrorCallBack(); }
-QvmErrorCallback _qvmSetErrorCallBack(QvmErrorCallback callback) { return qlx_qvm_kernel_SetErrorCallBack(callback); }
-QvmErrorCallback _qvmClearErrorCallBack(void) { return qlx_qvm_kernel_ClearErrorCallBack(); }
-const void *_qvmSetInterfInputVectorPointer(const void *pointer) {
+uint32_t _qvmGetMode(void) {
+  return qlx_qvm_kernel_GetMode();
+}
+uint32_t _qvmSetMode(uint32_t mode) {
+  return qlx_qvm_kernel_SetMode(mode);
+}
+int32_t _qvmGetErrStatus(void) {
+  return qlx_qvm_kernel_GetErrStatus();
+}
+int32_t _qvmSetErrStatus(int32_t status) {
+  return qlx_qvm_kernel_SetErrStatus(status);
+}
+int32_t _qvmClearErrStatus(void) {
+  return qlx_qvm_kernel_ClearErrStatus();
+}
+QvmErrorCallback _qvmGetErrorCallBack(void) {
+  return qlx_qvm_kernel_GetErrorCallBack();
+}
+QvmErrorCallback _qvmSetErrorCallBack(QvmErrorCallback callback) {
+  return qlx_qvm_kernel_SetErrorCallBack(callback);
+}
+QvmErrorCallback _qvmClearErrorCallBack(void) {
+  return qlx_qvm_kernel_ClearErrorCallBack();
+}
+const void* _qvmSetInterfInputVectorPointer(const void* pointer) {
   return qlx_qvm_kernel_SetInterfInputVectorPointer(pointer);
 }

@@ -3,7 +3,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cfloat>   // FLT_EVAL_METHOD
+#include <cfloat>  // FLT_EVAL_METHOD
 #include <cstddef>
 #include <cstdint>
 
@@ -29,11 +29,11 @@ struct QvmThreadState {
   int32_t status;
   QvmErrorCallback callback;
   uint32_t reserved[2];
-  const void *interf_input_vector;
+  const void* interf_input_vector;
 };
 
 // The calling thread's record, made at first use. When it can't be had, prints id 773 and exits with 3.
-QvmThreadState &thread_state();
+QvmThreadState& thread_state();
 
 // Status that a callout returns: 0, or what it asks to be reported.
 enum Status : int32_t {
@@ -49,9 +49,9 @@ enum Status : int32_t {
 // An array as a report sees it. A unit-stride array has stride 1, a scalar argument stride 0.
 template <class Element>
 struct View {
-  Element *base;
+  Element* base;
   std::ptrdiff_t stride;
-  Element &operator[](std::ptrdiff_t i) const { return base[i * stride]; }
+  Element& operator[](std::ptrdiff_t i) const { return base[i * stride]; }
 };
 
 // Reports the element `index` by the thread's mode: status, callback, errno, stderr, floating-point exception, and
@@ -59,9 +59,9 @@ struct View {
 // Instantiated for float, double, QvmComplexFloat and QvmComplexDouble.
 template <class Element>
 void report(Status status, int32_t index, View<const Element> arg1, View<const Element> arg2, View<Element> res1,
-            View<Element> res2, const char *name);
+            View<Element> res2, const char* name);
 
 // What a report does beyond status and callback, by the bits of the mode's error group.
-void dispatch(const QvmElementReport &record, uint32_t mode);
+void dispatch(const QvmElementReport& record, uint32_t mode);
 
 }  // namespace qlx

@@ -30,22 +30,28 @@ constexpr StatusRow kStatusTable[] = {
 };
 constexpr StatusRow kOtherStatus = {0, 14, 0, 754};
 
-const StatusRow &row_of(int32_t status) {
-  for (const StatusRow &row : kStatusTable) {
+const StatusRow& row_of(int32_t status) {
+  for (const StatusRow& row : kStatusTable) {
     if (row.status == status) return row;
   }
   return kOtherStatus;
 }
 
 // With these two the arrays themselves are in doubt, and are not touched.
-bool arrays_are_trusted(int32_t status) { return status != qvm_status_bad_size && status != qvm_status_bad_memory; }
+bool arrays_are_trusted(int32_t status) {
+  return status != qvm_status_bad_size && status != qvm_status_bad_memory;
+}
 
-bool same_bits(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
+bool same_bits(double a, double b) {
+  return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b);
+}
 
 // A value that repeats the one before it, or was never set, is not a value of its own.
-bool is_second_value(double first, double second) { return !same_bits(first, second) && second != 0; }
+bool is_second_value(double first, double second) {
+  return !same_bits(first, second) && second != 0;
+}
 
-void print_values(const QvmElementReport &record) {
+void print_values(const QvmElementReport& record) {
   constexpr int kFirstMessage[2][2] = {{755, 757}, {760, 763}};  // [two arguments][two results]
   const bool two_args = is_second_value(record.arg1, record.arg2);
   const bool two_results = is_second_value(record.res1, record.res2);
@@ -57,7 +63,7 @@ void print_values(const QvmElementReport &record) {
   if (two_results) print(record.res2);
 }
 
-void print_report(const QvmElementReport &record) {
+void print_report(const QvmElementReport& record) {
   const int message = row_of(record.code).message;
   if (message == 0) return;
   platform::prepare_stderr();
@@ -81,7 +87,7 @@ void raise_exception(int32_t status, uint32_t mode) {
   platform::X87Environment saved;
   platform::store_x87_environment(saved);
   platform::X87Environment opened = saved;
-  for (const auto &trap : kTraps) {
+  for (const auto& trap : kTraps) {
     if (mode & trap.mode_bit) opened.control &= static_cast<uint16_t>(~trap.exception);
   }
   const uint16_t flag = row_of(status).exception;
@@ -92,10 +98,10 @@ void raise_exception(int32_t status, uint32_t mode) {
   platform::load_x87_environment(saved);
 }
 
-void copy_name(QvmElementReport &record, const char *name) {
+void copy_name(QvmElementReport& record, const char* name) {
   constexpr std::size_t kLongest = 47;
-  const void *end = std::memchr(name, '\0', kLongest);
-  const std::size_t length = end != nullptr ? static_cast<std::size_t>(static_cast<const char *>(end) - name) : kLongest;
+  const void* end = std::memchr(name, '\0', kLongest);
+  const std::size_t length = end != nullptr ? static_cast<std::size_t>(static_cast<const char*>(end) - name) : kLongest;
   std::memcpy(record.func_name, name, length);
   record.func_name[length] = '\0';
   record.func_name_len = static_cast<int32_t>(length);
@@ -103,7 +109,7 @@ void copy_name(QvmElementReport &record, const char *name) {
 
 // Element <-> members of the record.
 template <class Element>
-void widen(const Element &element, double &re, double &im) {
+void widen(const Element& element, double& re, double& im) {
   if constexpr (std::is_floating_point_v<Element>) {
     re = element;
   } else {
@@ -112,7 +118,7 @@ void widen(const Element &element, double &re, double &im) {
   }
 }
 template <class Element>
-void narrow(Element &element, double re, double im) {
+void narrow(Element& element, double re, double im) {
   if constexpr (std::is_floating_point_v<Element>) {
     element = static_cast<Element>(re);
   } else {
@@ -123,7 +129,7 @@ void narrow(Element &element, double re, double im) {
 
 }  // namespace
 
-void dispatch(const QvmElementReport &record, uint32_t mode) {
+void dispatch(const QvmElementReport& record, uint32_t mode) {
   if (mode & QVM_ERRMODE_ERRNO) platform::set_errno(row_of(record.code).errno_value);
   if (mode & QVM_ERRMODE_STDERR) print_report(record);
   if (mode & QVM_ERRMODE_EXCEPT) raise_exception(record.code, mode);
@@ -131,13 +137,13 @@ void dispatch(const QvmElementReport &record, uint32_t mode) {
 
 template <class Element>
 void report(Status status, int32_t index, View<const Element> arg1, View<const Element> arg2, View<Element> res1,
-            View<Element> res2, const char *name) {
+            View<Element> res2, const char* name) {
   constexpr uint32_t kDispatchBits = 0x2F00;
   constexpr int kIndexShift = std::countr_zero(sizeof(Element));
   const uint32_t mode = qlx_qvm_kernel_GetMode();
   const uint32_t error_mode = mode & QVM_ERRMODE_MASK;
   if (error_mode == QVM_ERRMODE_NOERR) return;
-  QvmThreadState &state = thread_state();
+  QvmThreadState& state = thread_state();
   state.status = status;
   if (error_mode == QVM_ERRMODE_IGNORE) return;
 
@@ -168,9 +174,9 @@ void report(Status status, int32_t index, View<const Element> arg1, View<const E
   }
 }
 
-#define QLX_INSTANTIATE(Element)                                                                               \
+#define QLX_INSTANTIATE(Element)                                                                                \
   template void report(Status, int32_t, View<const Element>, View<const Element>, View<Element>, View<Element>, \
-                       const char *);
+                       const char*);
 QLX_INSTANTIATE(float)
 QLX_INSTANTIATE(double)
 QLX_INSTANTIATE(QvmComplexFloat)

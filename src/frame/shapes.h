@@ -38,7 +38,7 @@
 // r from a, b and four scalars.
 #define QLX_P_LINEARFRAC(T) int32_t n, const T *a, const T *b, T scalea, T shifta, T scaleb, T shiftb, T *r
 #define QLX_A_LINEARFRAC n, a, b, scalea, shifta, scaleb, shiftb, r
-#define QLX_PI_LINEARFRAC(T)                                                                                     \
+#define QLX_PI_LINEARFRAC(T)                                                                                   \
   int32_t n, const T *a, int32_t inca, const T *b, int32_t incb, T scalea, T shifta, T scaleb, T shiftb, T *r, \
       int32_t incr
 #define QLX_AI_LINEARFRAC n, a, inca, b, incb, scalea, shifta, scaleb, shiftb, r, incr
@@ -115,7 +115,11 @@
 #define QLX_IF_STRIDED_UNPACKV(...)
 
 // Which kernels fill the slots LA, HA, EP; a shared kernel carries the name of its sharing.
-#define QLX_SLOTS_THREE(K) {K##_LA, K##_HA, K##_EP}
-#define QLX_SLOTS_ALL(K) {K##_ALL, K##_ALL, K##_ALL}
-#define QLX_SLOTS_LAHA(K) {K##_LAHA, K##_LAHA, K##_EP}
-#define QLX_SLOTS_LAEP(K) {K##_LAEP, K##_HA, K##_LAEP}
+#define QLX_SLOTS_THREE(K) \
+  { K##_LA, K##_HA, K##_EP }
+#define QLX_SLOTS_ALL(K) \
+  { K##_ALL, K##_ALL, K##_ALL }
+#define QLX_SLOTS_LAHA(K) \
+  { K##_LAHA, K##_LAHA, K##_EP }
+#define QLX_SLOTS_LAEP(K) \
+  { K##_LAEP, K##_HA, K##_LAEP }

@@ -25,8 +25,8 @@
 #include <type_traits>
 
 #include "frame/control_words.h"
-#include "frame/shapes.h"
 #include "frame/qvm_frame.h"
+#include "frame/shapes.h"
 #include "vecmath/simd/simd.h"
 
 namespace qlx::shell {
@@ -49,7 +49,7 @@ constexpr double kFiller = 0.75;
 template <class Pack, class Element>
 struct UnitArray {
   using Real = typename Pack::Real;
-  Element *base;
+  Element* base;
   Pack load(int32_t i) const { return simd::load(base + i); }
   Pack load_first(int32_t i, int count) const {
     return simd::load_first(base + i, count, simd::all<Pack>(static_cast<Real>(kFiller)));
@@ -61,10 +61,10 @@ struct UnitArray {
 template <class Pack, class Element>
 struct StridedArray {
   using Real = typename Pack::Real;
-  Element *base;
+  Element* base;
   std::ptrdiff_t stride;
   Pack load(int32_t i) const {
-    const Element *p = base + i * stride;
+    const Element* p = base + i * stride;
     if (stride == 1) return simd::load(p);
     if (stride == 0) return simd::all<Pack>(*p);
     return simd::gather(p, stride);
@@ -89,7 +89,7 @@ struct StridedArray {
 template <class Pack>
 struct ScalarArgument {
   using Real = typename Pack::Real;
-  const Real *value;
+  const Real* value;
   Pack load(int32_t) const { return simd::all<Pack>(*value); }
   Pack load_first(int32_t, int) const { return simd::all<Pack>(*value); }
   View<const Real> view() const { return {value, 0}; }
@@ -98,7 +98,8 @@ struct ScalarArgument {
 // In the place of a second argument or result that a function doesn't have.
 struct None {};
 
-// ---- The walk of marked lanes, out of line and shared by all kernels of a type ---------------------------------------
+// ---- The walk of marked lanes, out of line and shared by all kernels of a type
+// ---------------------------------------
 
 constexpr int kMaxBlock = 32;
 
@@ -121,20 +122,20 @@ struct Views {
 // Exactly one is set.
 template <class Real>
 struct Callout {
-  Status (*one)(const Real *, Real *) = nullptr;
-  Status (*two_arguments)(const Real *, const Real *, Real *) = nullptr;
-  Status (*two_results)(const Real *, Real *, Real *) = nullptr;
+  Status (*one)(const Real*, Real*) = nullptr;
+  Status (*two_arguments)(const Real*, const Real*, Real*) = nullptr;
+  Status (*two_results)(const Real*, Real*, Real*) = nullptr;
 };
 
 // Calls the callout for each lane of `bits` in ascending order, and reports those that ask for it. Lane k is element
 // index + k.
 template <class Real>
-[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedBlock<Real> &block, const Views<Real> &views,
-                        const Callout<Real> &callout, const char *name);
-extern template void walk(uint32_t, int32_t, SavedBlock<float> &, const Views<float> &, const Callout<float> &,
-                          const char *);
-extern template void walk(uint32_t, int32_t, SavedBlock<double> &, const Views<double> &, const Callout<double> &,
-                          const char *);
+[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedBlock<Real>& block, const Views<Real>& views,
+                        const Callout<Real>& callout, const char* name);
+extern template void walk(uint32_t, int32_t, SavedBlock<float>&, const Views<float>&, const Callout<float>&,
+                          const char*);
+extern template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<double>&, const Callout<double>&,
+                          const char*);
 
 // ---- The run over a vector -----------------------------------------------------------------------------------------
 
@@ -158,7 +159,7 @@ class Run {
   static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0);
 
  public:
-  Run(const Formula &formula, const A &a, const B &b, const R &r, const S &s, uint32_t mode, const char *name)
+  Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
       : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
 
   // Unit stride: blocks, then single registers, then one masked register.
@@ -242,7 +243,7 @@ class Run {
   }
 
   template <int kRegisters>
-  [[gnu::always_inline]] void compute(Registers<kRegisters> &x) const {
+  [[gnu::always_inline]] void compute(Registers<kRegisters>& x) const {
 #pragma GCC unroll 8
     for (int j = 0; j < kRegisters; ++j) {
       const auto result = [&] {
@@ -272,16 +273,15 @@ class Run {
   }
 
   template <int kRegisters>
-  [[gnu::always_inline]] static bool any_care(const Registers<kRegisters> &x) {
+  [[gnu::always_inline]] static bool any_care(const Registers<kRegisters>& x) {
     Mask all = x.care[0];
 #pragma GCC unroll 8
     for (int j = 1; j < kRegisters; ++j) all = all | x.care[j];
     return simd::any(all);
   }
 
-
   template <int kRegisters>
-  [[gnu::always_inline]] static void save(const Registers<kRegisters> &x, SavedBlock<Real> &block) {
+  [[gnu::always_inline]] static void save(const Registers<kRegisters>& x, SavedBlock<Real>& block) {
     for (int j = 0; j < kRegisters; ++j) {
       simd::store_aligned(block.a + j * kLanes, x.a[j]);
       simd::store_aligned(block.r + j * kLanes, x.r[j]);
@@ -293,7 +293,7 @@ class Run {
   // Marked lanes: first the short road, when no report is wanted, then the walk. Inlined, so that the fast path's lanes
   // never have an address.
   template <int kRegisters>
-  [[gnu::always_inline]] void mend(Registers<kRegisters> &x, int32_t i) const {
+  [[gnu::always_inline]] void mend(Registers<kRegisters>& x, int32_t i) const {
     if constexpr (requires { &Formula::short_road; }) {
       if ((mode_ & QVM_ERRMODE_MASK) == QVM_ERRMODE_NOERR) {
         for (int j = 0; j < kRegisters; ++j) x.care[j] = formula_.short_road(x.a[j], x.r[j], x.care[j]);
@@ -344,7 +344,7 @@ class Run {
   const R r_;
   const S s_;
   const uint32_t mode_;
-  const char *const name_;
+  const char* const name_;
 };
 
 // ---- Kernels by the shape of their arguments -----------------------------------------------------------------------
@@ -360,44 +360,44 @@ struct Kernel {
   using StridedOut = StridedArray<Pack, Real>;
   using Scalar = ScalarArgument<Pack>;
 
-  [[gnu::always_inline]] static void run(const char *name, int32_t n, const Real *a, Real *r) {
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real* r) {
     unit(name, n, In{a}, None{}, Out{r}, None{});
   }
-  static void run(const char *name, int32_t n, const Real *a, int32_t inca, Real *r, int32_t incr) {
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real* r, int32_t incr) {
     strided(name, n, StridedIn{a, inca}, None{}, StridedOut{r, incr}, None{});
   }
 
-  [[gnu::always_inline]] static void run(const char *name, int32_t n, const Real *a, Real *r1, Real *r2) {
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real* r1, Real* r2) {
     unit(name, n, In{a}, None{}, Out{r1}, Out{r2});
   }
-  static void run(const char *name, int32_t n, const Real *a, int32_t inca, Real *r1, int32_t incr1, Real *r2,
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real* r1, int32_t incr1, Real* r2,
                   int32_t incr2) {
     strided(name, n, StridedIn{a, inca}, None{}, StridedOut{r1, incr1}, StridedOut{r2, incr2});
   }
 
-  [[gnu::always_inline]] static void run(const char *name, int32_t n, const Real *a, const Real *b, Real *r) {
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, const Real* b, Real* r) {
     unit(name, n, In{a}, In{b}, Out{r}, None{});
   }
-  static void run(const char *name, int32_t n, const Real *a, int32_t inca, const Real *b, int32_t incb, Real *r,
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, const Real* b, int32_t incb, Real* r,
                   int32_t incr) {
     strided(name, n, StridedIn{a, inca}, StridedIn{b, incb}, StridedOut{r, incr}, None{});
   }
 
-  [[gnu::always_inline]] static void run(const char *name, int32_t n, const Real *a, Real b, Real *r) {
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real b, Real* r) {
     unit(name, n, In{a}, Scalar{&b}, Out{r}, None{});
   }
-  static void run(const char *name, int32_t n, const Real *a, int32_t inca, Real b, Real *r, int32_t incr) {
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real b, Real* r, int32_t incr) {
     strided(name, n, StridedIn{a, inca}, Scalar{&b}, StridedOut{r, incr}, None{});
   }
 
  private:
   template <class A, class B, class R, class S>
-  [[gnu::always_inline]] static void unit(const char *name, int32_t n, A a, B b, R r, S s) {
+  [[gnu::always_inline]] static void unit(const char* name, int32_t n, A a, B b, R r, S s) {
     ControlWords words;
     Run<F, A, B, R, S>(F{}, a, b, r, s, words.mode(), name).unit(n);
   }
   template <class A, class B, class R, class S>
-  [[gnu::always_inline]] static void strided(const char *name, int32_t n, A a, B b, R r, S s) {
+  [[gnu::always_inline]] static void strided(const char* name, int32_t n, A a, B b, R r, S s) {
     ControlWords words;
     Run<F, A, B, R, S>(F{}, a, b, r, s, words.mode(), name).strided(n);
   }
@@ -405,11 +405,12 @@ struct Kernel {
 
 }  // namespace qlx::shell
 
-// ---- Instantiation, one line a kernel, at file scope -----------------------------------------------------------------
-// QLX_KERNEL(Shape, t, Name, Accuracy, Formula) defines the unit-stride and the strided kernel that the row of t and
-// Name in catalogue.def calls Accuracy: LA, HA, EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are
-// all 1 goes to the unit-stride kernel through the function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any
-// class with run(), and the name that the strided kernel reports under.
+// ---- Instantiation, one line a kernel, at file scope
+// ----------------------------------------------------------------- QLX_KERNEL(Shape, t, Name, Accuracy, Formula)
+// defines the unit-stride and the strided kernel that the row of t and Name in catalogue.def calls Accuracy: LA, HA,
+// EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are all 1 goes to the unit-stride kernel through the
+// function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any class with run(), and the name that the strided
+// kernel reports under.
 
 #define QLX_SLOT_LA 0
 #define QLX_SLOT_HA 1
@@ -421,12 +422,13 @@ struct Kernel {
 #define QLX_KERNEL(Shape, t, Name, Accuracy, ...) \
   QLX_KERNEL_OF(Shape, t, Name, Accuracy, #Name, qlx::shell::Kernel<__VA_ARGS__>)
 
-#define QLX_KERNEL_OF(Shape, t, Name, Accuracy, strided_name, ...)                                             \
-  namespace qlx::kernels {                                                                                     \
-  void t##Name##_##Accuracy(QLX_P_##Shape(QLX_TYPE_##t)) { __VA_ARGS__::run("v" #t #Name, QLX_A_##Shape); }    \
-  void t##Name##I_##Accuracy(QLX_PI_##Shape(QLX_TYPE_##t)) {                                                   \
-    if (QLX_UNIT_STRIDES_##Shape)                                                                              \
-      return qlx_qvm_kernel_##t##Name##_ttab[QLX_SLOT_##Accuracy](QLX_A_##Shape);                              \
-    __VA_ARGS__::run("v" #t strided_name, QLX_AI_##Shape);                                                     \
-  }                                                                                                            \
+#define QLX_KERNEL_OF(Shape, t, Name, Accuracy, strided_name, ...)                                            \
+  namespace qlx::kernels {                                                                                    \
+  void t##Name##_##Accuracy(QLX_P_##Shape(QLX_TYPE_##t)) {                                                    \
+    __VA_ARGS__::run("v" #t #Name, QLX_A_##Shape);                                                            \
+  }                                                                                                           \
+  void t##Name##I_##Accuracy(QLX_PI_##Shape(QLX_TYPE_##t)) {                                                  \
+    if (QLX_UNIT_STRIDES_##Shape) return qlx_qvm_kernel_##t##Name##_ttab[QLX_SLOT_##Accuracy](QLX_A_##Shape); \
+    __VA_ARGS__::run("v" #t strided_name, QLX_AI_##Shape);                                                    \
+  }                                                                                                           \
   }

@@ -17,8 +17,12 @@ inline uint16_t read_x87_control() {
   asm volatile("fnstcw %0" : "=m"(word));
   return word;
 }
-inline void load_x87_control(uint16_t word) { asm volatile("fldcw %0" : : "m"(word) : "memory"); }
-inline void clear_x87_exceptions() { asm volatile("fnclex" : : : "memory"); }
+inline void load_x87_control(uint16_t word) {
+  asm volatile("fldcw %0" : : "m"(word) : "memory");
+}
+inline void clear_x87_exceptions() {
+  asm volatile("fnclex" : : : "memory");
+}
 
 // The memory clobbers keep loads and stores, and with them the arithmetic between, inside the span of a control word.
 inline uint32_t read_sse_control() {
@@ -26,7 +30,9 @@ inline uint32_t read_sse_control() {
   asm volatile("vstmxcsr %0" : "=m"(word) : : "memory");
   return word;
 }
-inline void load_sse_control(uint32_t word) { asm volatile("vldmxcsr %0" : : "m"(word) : "memory"); }
+inline void load_sse_control(uint32_t word) {
+  asm volatile("vldmxcsr %0" : : "m"(word) : "memory");
+}
 
 // The 28 bytes that FNSTENV stores: control, status and tag word, each in the low half of a 32-bit slot, and pointers.
 struct X87Environment {
@@ -35,10 +41,12 @@ struct X87Environment {
 };
 static_assert(sizeof(X87Environment) == 28);
 
-inline void store_x87_environment(X87Environment &environment) { asm volatile("fnstenv %0" : "=m"(environment)); }
+inline void store_x87_environment(X87Environment& environment) {
+  asm volatile("fnstenv %0" : "=m"(environment));
+}
 
 // Loads the environment and waits, so that an exception that it opens is delivered here.
-inline void load_x87_environment(const X87Environment &environment) {
+inline void load_x87_environment(const X87Environment& environment) {
   asm volatile("fldenv %0\n\tfwait" : : "m"(environment) : "memory");
 }
 

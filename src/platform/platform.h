@@ -8,19 +8,19 @@
 namespace qlx::platform {
 
 // One pointer per thread. `on_thread_exit` gets a thread's pointer when the thread ends with one set.
-bool create_thread_slot(void (*on_thread_exit)(void *));
+bool create_thread_slot(void (*on_thread_exit)(void*));
 void destroy_thread_slot();
 bool thread_slot_exists();
-bool set_thread_slot(void *pointer);
-void *thread_slot();
+bool set_thread_slot(void* pointer);
+void* thread_slot();
 
 // The heap that holds the per-thread records. Destroying it releases every block still in it. heap_free and
 // heap_allocate may run in several threads at once.
 bool create_heap(std::size_t initial_size);
 void destroy_heap();
 bool heap_exists();
-void *heap_allocate(std::size_t size);
-void heap_free(void *block);
+void* heap_allocate(std::size_t size);
+void heap_free(void* block);
 
 // Stores the value in the errno of the language runtime that the process uses; does nothing when there is none.
 void set_errno(int value);

@@ -22,7 +22,9 @@ QLX_PENDING(MRG32K3A)
 QLX_PENDING(MCG59)
 QLX_PENDING(WH)
 
-#include "qlx/core.h"
-__attribute__((weak)) int qlx_serv_cpuisicx(void) {
-  return 0;
+__attribute__((weak)) int32_t __qstLeapfrogStream(QstStream*, int32_t, int32_t) {
+  return QST_ERROR_LEAPFROG_UNSUPPORTED;
+}
+__attribute__((weak)) int32_t __qstSkipAheadStream(QstStream*, int64_t) {
+  return QST_ERROR_SKIPAHEAD_UNSUPPORTED;
 }

@@ -14,20 +14,20 @@ namespace {
 
 // The pointer itself lives in static thread-local storage, since every kernel call reads it; the key carries the same
 // pointer only so that pthreads hands it to the exit function.
-__attribute__((tls_model("initial-exec"))) thread_local void *current = nullptr;
+__attribute__((tls_model("initial-exec"))) thread_local void* current = nullptr;
 pthread_key_t key;
 bool key_exists = false;
-void (*exit_function)(void *) = nullptr;
+void (*exit_function)(void*) = nullptr;
 
-void end_of_thread(void *pointer) {
+void end_of_thread(void* pointer) {
   current = nullptr;
   exit_function(pointer);
 }
 
 // A block of the heap: a node of a circular list, followed by the caller's bytes.
 struct alignas(64) Block {
-  Block *previous;
-  Block *next;
+  Block* previous;
+  Block* next;
 };
 Block heap_list{&heap_list, &heap_list};
 bool heap_created = false;
@@ -36,7 +36,7 @@ constexpr std::size_t kAlignment = 128;
 
 }  // namespace
 
-bool create_thread_slot(void (*on_thread_exit)(void *)) {
+bool create_thread_slot(void (*on_thread_exit)(void*)) {
   exit_function = on_thread_exit;
   key_exists = pthread_key_create(&key, end_of_thread) == 0;
   return key_exists;
@@ -48,22 +48,30 @@ void destroy_thread_slot() {
   current = nullptr;
 }
 
-bool thread_slot_exists() { return key_exists; }
+bool thread_slot_exists() {
+  return key_exists;
+}
 
-bool set_thread_slot(void *pointer) {
+bool set_thread_slot(void* pointer) {
   if (pthread_setspecific(key, pointer) != 0) return false;
   current = pointer;
   return true;
 }
 
-void *thread_slot() { return current; }
+void* thread_slot() {
+  return current;
+}
 
-bool create_heap(std::size_t) { return heap_created = true; }
+bool create_heap(std::size_t) {
+  return heap_created = true;
+}
 
-bool heap_exists() { return heap_created; }
+bool heap_exists() {
+  return heap_created;
+}
 
-void *heap_allocate(std::size_t size) {
-  auto *block = static_cast<Block *>(qlx_serv_allocate(sizeof(Block) + size, kAlignment));
+void* heap_allocate(std::size_t size) {
+  auto* block = static_cast<Block*>(qlx_serv_allocate(sizeof(Block) + size, kAlignment));
   if (block == nullptr) return nullptr;
   qlx_serv_lock(&heap_list_lock);
   block->previous = &heap_list;
@@ -74,8 +82,8 @@ void *heap_allocate(std::size_t size) {
   return block + 1;
 }
 
-void heap_free(void *pointer) {
-  Block *block = static_cast<Block *>(pointer) - 1;
+void heap_free(void* pointer) {
+  Block* block = static_cast<Block*>(pointer) - 1;
   qlx_serv_lock(&heap_list_lock);
   block->previous->next = block->next;
   block->next->previous = block->previous;
@@ -88,7 +96,9 @@ void destroy_heap() {
   heap_created = false;
 }
 
-void set_errno(int value) { errno = value; }
+void set_errno(int value) {
+  errno = value;
+}
 
 void prepare_stderr() {}
 

@@ -10,18 +10,18 @@ namespace {
 
 DWORD slot = TLS_OUT_OF_INDEXES;
 HANDLE heap = nullptr;
-void (*exit_function)(void *) = nullptr;
+void (*exit_function)(void*) = nullptr;
 
-using ErrnoAccessor = int *(__cdecl *)();
+using ErrnoAccessor = int*(__cdecl*)();
 
 // The runtimes are asked in this order; the first that is loaded decides, even if it has no accessor.
 ErrnoAccessor find_errno() {
-  static constexpr const char *kRuntimes[] = {
-      "MSVCR100.DLL",  "MSVCR90.DLL",  "MSVCR80.DLL",  "MSVCR71.DLL",  "MSVCR70.DLL",  "MSVCRT.DLL",
-      "MSVCR100D.DLL", "MSVCR90D.DLL", "MSVCR80D.DLL", "MSVCR71D.DLL", "MSVCR70D.DLL", "MSVCRTD.DLL"};
-  for (const char *name : kRuntimes) {
+  static constexpr const char* kRuntimes[] = {"MSVCR100.DLL", "MSVCR90.DLL",  "MSVCR80.DLL",   "MSVCR71.DLL",
+                                              "MSVCR70.DLL",  "MSVCRT.DLL",   "MSVCR100D.DLL", "MSVCR90D.DLL",
+                                              "MSVCR80D.DLL", "MSVCR71D.DLL", "MSVCR70D.DLL",  "MSVCRTD.DLL"};
+  for (const char* name : kRuntimes) {
     if (HMODULE module = GetModuleHandleA(name)) {
-      return reinterpret_cast<ErrnoAccessor>(reinterpret_cast<void *>(GetProcAddress(module, "_errno")));
+      return reinterpret_cast<ErrnoAccessor>(reinterpret_cast<void*>(GetProcAddress(module, "_errno")));
     }
   }
   return nullptr;
@@ -33,7 +33,7 @@ volatile ErrnoAccessor errno_accessor = nullptr;
 
 }  // namespace
 
-bool create_thread_slot(void (*on_thread_exit)(void *)) {
+bool create_thread_slot(void (*on_thread_exit)(void*)) {
   exit_function = on_thread_exit;
   slot = TlsAlloc();
   return slot != TLS_OUT_OF_INDEXES;
@@ -44,15 +44,19 @@ void destroy_thread_slot() {
   slot = TLS_OUT_OF_INDEXES;
 }
 
-bool thread_slot_exists() { return slot != TLS_OUT_OF_INDEXES; }
+bool thread_slot_exists() {
+  return slot != TLS_OUT_OF_INDEXES;
+}
 
-bool set_thread_slot(void *pointer) { return TlsSetValue(slot, pointer) != 0; }
+bool set_thread_slot(void* pointer) {
+  return TlsSetValue(slot, pointer) != 0;
+}
 
-void *thread_slot() {
+void* thread_slot() {
   if (slot == TLS_OUT_OF_INDEXES) return nullptr;
   // TlsGetValue clears the thread's last error, which belongs to the caller.
   const DWORD last_error = GetLastError();
-  void *pointer = TlsGetValue(slot);
+  void* pointer = TlsGetValue(slot);
   SetLastError(last_error);
   return pointer;
 }
@@ -67,11 +71,17 @@ void destroy_heap() {
   heap = nullptr;
 }
 
-bool heap_exists() { return heap != nullptr; }
+bool heap_exists() {
+  return heap != nullptr;
+}
 
-void *heap_allocate(std::size_t size) { return HeapAlloc(heap, 0, size); }
+void* heap_allocate(std::size_t size) {
+  return HeapAlloc(heap, 0, size);
+}
 
-void heap_free(void *block) { HeapFree(heap, 0, block); }
+void heap_free(void* block) {
+  HeapFree(heap, 0, block);
+}
 
 void set_errno(int value) {
   if (!errno_sought) {
@@ -82,7 +92,9 @@ void set_errno(int value) {
   if (accessor != nullptr) *accessor() = value;
 }
 
-void prepare_stderr() { (void)GetStdHandle(STD_ERROR_HANDLE); }
+void prepare_stderr() {
+  (void)GetStdHandle(STD_ERROR_HANDLE);
+}
 
 }  // namespace qlx::platform
 
@@ -92,7 +104,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID reserved) {
     case DLL_PROCESS_ATTACH:
       return on_process_attach() ? TRUE : FALSE;
     case DLL_THREAD_DETACH:
-      if (void *pointer = thread_slot()) {
+      if (void* pointer = thread_slot()) {
         exit_function(pointer);
         set_thread_slot(nullptr);
       }
