@@ -300,6 +300,38 @@ QLX_API void __qstiVect3PowArrayMod(uint32_t* v, const uint32_t* row, uint32_t m
 QLX_API void __qstiVect3PowArrayMod_M1(uint32_t* v, int32_t n, const uint64_t* e, const uint32_t* table);
 QLX_API void __qstiVect3PowArrayMod_M2(uint32_t* v, int32_t n, const uint64_t* e, const uint32_t* table);
 
+/* result := x^e mod P over GF(2), e unsigned: coefficient j is bit j of the wordCount words of 64 bits (stored as pairs
+   of 32, the low one first). P has degree `degree` of at least 1 and the exponents `terms`, of which those named twice
+   cancel. Coefficients beyond the words are dropped. Statuses: 0; -4, with result zero. */
+QLX_API int32_t __qstPolyRem(int64_t e, uint64_t degree, int32_t termCount, const int32_t* terms, int32_t wordCount,
+                             uint32_t* result);
+
+/* What a jump needs to know of a generator over GF(2). A work record is a block of recordBytes bytes that holds what a
+   stream of the generator holds; clear and combine leave its read position valid. */
+typedef void (*QstJumpClear)(QstStream* work); /* all words of the state := 0 */
+/* add: destination := destination xor source, each read from its own position; copy: destination := source, position
+   included. The last argument is 0. */
+typedef void (*QstJumpCombine)(QstStream* destination, QstStream* source, int32_t zero);
+typedef void (*QstJumpStep)(QstStream* work); /* one element of the recursion */
+/* Moves the result from `work` back into the stream, aligned as its blocks are; `scratch` is one record more. */
+typedef void (*QstJumpFinish)(QstStream* stream, QstStream* work, QstStream* scratch);
+/* Lets the present block absorb what it can: 0 when that was all of *nskip, else 1 with the rest in *nskip and the
+   stream at the block's end. *out is 0 and is not looked at again. */
+typedef int32_t (*QstJumpPrepare)(QstStream* stream, uint64_t* nskip, int32_t* out);
+
+/* Moves a stream on by nskip elements: state := g(A) state, g = x^nskip mod P, with P of degree `degree` and the
+   exponents `terms`, the state of wordCount words of 32 bits. Horner adds the state once for each set bit of g; SWin
+   takes windows of 7 bits against a table of 128 records. nskip = 0 does nothing. Statuses: 0; -4, then the stream
+   stands where prepareSkip left it. */
+QLX_API int32_t __qst_SkipAheadHorner(QstStream* stream, QstJumpClear clearState, QstJumpCombine addState,
+                                      QstJumpCombine copyState, QstJumpStep stepState, QstJumpFinish finishState,
+                                      QstJumpPrepare prepareSkip, uint64_t nskip, int32_t wordCount, int32_t degree,
+                                      int32_t recordBytes, int32_t termCount, const int32_t* terms);
+QLX_API int32_t __qst_SkipAheadSWin(QstStream* stream, QstJumpClear clearState, QstJumpCombine addState,
+                                    QstJumpCombine copyState, QstJumpStep stepState, QstJumpFinish finishState,
+                                    QstJumpPrepare prepareSkip, uint64_t nskip, int32_t wordCount, int32_t degree,
+                                    int32_t recordBytes, int32_t termCount, const int32_t* terms);
+
 /* ---- Basic generators ------------------------------------------------------------------------------------------- */
 /* The entries that the rows of the tables hold. An n of at least 1 is the caller's duty. */
 
