@@ -162,16 +162,21 @@ class Run {
   Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
       : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
 
-  // Unit stride: blocks, then single registers, then one masked register.
+  // Unit stride: blocks, then single registers, then one masked register. Kernels that serve every lane first bring the
+  // stores to register boundaries.
   [[gnu::always_inline]] void unit(int32_t n) const {
-    int32_t i = blocks(n);
+    int32_t i = 0;
+    if constexpr (!kHasCare) {
+      if (n >= kAlignFrom) i = align_stores();
+    }
+    i = blocks(i, n);
     for (; n - i >= kLanes; i += kLanes) pass<1>(i);
     if (i < n) masked_pass(i, n - i);
   }
 
   // Strided: blocks, then element by element.
   [[gnu::always_inline]] void strided(int32_t n) const {
-    for (int32_t i = blocks(n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
+    for (int32_t i = blocks(0, n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
   }
 
  private:
@@ -182,8 +187,20 @@ class Run {
     Mask care[kRegisters];
   };
 
-  [[gnu::always_inline]] int32_t blocks(int32_t n) const {
-    int32_t i = 0;
+  // Arrays as short as a few blocks don't win back the extra register.
+  static constexpr int32_t kAlignFrom = 4 * kMaxBlock;
+
+  // Does the elements before the result's first register boundary, and returns their number.
+  [[gnu::always_inline]] int32_t align_stores() const {
+    const auto misplaced =
+        static_cast<int32_t>(reinterpret_cast<std::uintptr_t>(r_.base) % sizeof(Pack) / sizeof(Real));
+    if (misplaced == 0) return 0;
+    const int32_t count = kLanes - misplaced;
+    masked_pass(0, count);
+    return count;
+  }
+
+  [[gnu::always_inline]] int32_t blocks(int32_t i, int32_t n) const {
     for (; n - i >= Formula::kBlock; i += Formula::kBlock) pass<Formula::kBlock / kLanes>(i);
     return i;
   }
