@@ -37,12 +37,12 @@ uint32_t step(State& s) {
   const uint32_t x = difference<M::kGap1>(M::kX1, s.x[1], M::kX0, s.x[0]);
   const uint32_t y = difference<M::kGap2>(M::kY2, s.y[2], M::kY0, s.y[0]);
   s = {{s.x[1], s.x[2], x}, {s.y[1], s.y[2], y}};
-  return x >= y ? x - y : x - y + M::kM1;
+  return x - y + (M::kM1 & (0u - (x < y)));  // no branch on a random bit
 }
 
 // ---- Lanes ----
 
-constexpr int kVectors = 4, kLanes = 4 * kVectors;
+constexpr int kLanes = 16;
 
 // A^(l L) for lane l, each entry as high * 2^16 + low, so that products with a residue stay exact in double.
 struct Spread {
@@ -79,77 +79,87 @@ inline __m256d balanced(__m256d p) {
   return p - quotient * _mm256_set1_pd(modulus);
 }
 
-// From a residue above -m to 0 .. m-1.
+// From a residue above -m to 0 .. m-1. (A blend by the sign is one operation less, but compilers split it for AVX.)
 template <uint32_t kGap>
 inline __m256d canonical(__m256d residue) {
-  return _mm256_blendv_pd(residue, residue + _mm256_set1_pd(0x1p32 - kGap), residue);
+  const __m256d negative = _mm256_cmp_pd(residue, _mm256_setzero_pd(), _CMP_LT_OQ);
+  return residue + _mm256_and_pd(negative, _mm256_set1_pd(0x1p32 - kGap));
 }
 
+// Four lanes side by side.
 struct Lanes {
-  __m256d x[3][kVectors], y[3][kVectors];
+  __m256d x[3], y[3];
 
-  // The starting states of the lanes, `spread` times the stream's state.
+  // The starting states of lanes `first` to first + 3: spread times the stream's state.
   template <uint32_t kGap>
-  static void start(const Spread& spread, const uint32_t* state, __m256d (*lanes)[kVectors]) {
-    __m256d s[3];
-    for (int k = 0; k < 3; ++k) s[k] = _mm256_set1_pd(state[k]);
-    const auto dot = [&](const double(*row)[kLanes], int v) {
-      return _mm256_load_pd(row[0] + 4 * v) * s[0] + _mm256_load_pd(row[1] + 4 * v) * s[1] +
-             _mm256_load_pd(row[2] + 4 * v) * s[2];
+  static void start(const Spread& spread, int first, const uint32_t* state, __m256d* lanes) {
+    const __m256d s0 = _mm256_set1_pd(state[0]), s1 = _mm256_set1_pd(state[1]), s2 = _mm256_set1_pd(state[2]);
+    const auto dot = [&](const double(*row)[kLanes]) {  // below 3 * 2^48
+      return _mm256_load_pd(row[0] + first) * s0 + _mm256_load_pd(row[1] + first) * s1 +
+             _mm256_load_pd(row[2] + first) * s2;
     };
-    for (int i = 0; i < 3; ++i)
-      for (int v = 0; v < kVectors; ++v) {
-        // Each sum is below 3 * 2^48.
-        const __m256d high = balanced<kGap>(dot(spread.high + 3 * i, v));
-        lanes[i][v] = balanced<kGap>(high * _mm256_set1_pd(0x1p16) + dot(spread.low + 3 * i, v));
-      }
+    for (int i = 0; i < 3; ++i) {
+      const __m256d high = balanced<kGap>(dot(spread.high + 3 * i));
+      lanes[i] = balanced<kGap>(high * _mm256_set1_pd(0x1p16) + dot(spread.low + 3 * i));
+    }
   }
 
-  // One step of all lanes; z[v] as integers from 0 to m1 - 1.
-  void step(__m256d* z) {
-    for (int v = 0; v < kVectors; ++v) {
-      const __m256d new_x = balanced<M::kGap1>(_mm256_set1_pd(M::kX1) * x[1][v] - _mm256_set1_pd(M::kX0) * x[0][v]);
-      const __m256d new_y = balanced<M::kGap2>(_mm256_set1_pd(M::kY2) * y[2][v] - _mm256_set1_pd(M::kY0) * y[0][v]);
-      x[0][v] = x[1][v];
-      x[1][v] = x[2][v];
-      x[2][v] = new_x;
-      y[0][v] = y[1][v];
-      y[1][v] = y[2][v];
-      y[2][v] = new_y;
-      z[v] = canonical<M::kGap1>(canonical<M::kGap1>(new_x) - canonical<M::kGap2>(new_y));
-    }
+  // One step of the lanes; returns z, integers from 0 to m1 - 1.
+  __m256d step() {
+    const __m256d new_x = balanced<M::kGap1>(_mm256_set1_pd(M::kX1) * x[1] - _mm256_set1_pd(M::kX0) * x[0]);
+    const __m256d new_y = balanced<M::kGap2>(_mm256_set1_pd(M::kY2) * y[2] - _mm256_set1_pd(M::kY0) * y[0]);
+    x[0] = x[1];
+    x[1] = x[2];
+    x[2] = new_x;
+    y[0] = y[1];
+    y[1] = y[2];
+    y[2] = new_y;
+    return canonical<M::kGap1>(canonical<M::kGap1>(new_x) - canonical<M::kGap2>(new_y));
   }
 
   State lane(int l) const {
     State s;
     for (int i = 0; i < 3; ++i) {
       alignas(32) double value[4];
-      _mm256_store_pd(value, canonical<M::kGap1>(x[i][l / 4]));
-      s.x[i] = static_cast<uint32_t>(value[l % 4]);
-      _mm256_store_pd(value, canonical<M::kGap2>(y[i][l / 4]));
-      s.y[i] = static_cast<uint32_t>(value[l % 4]);
+      _mm256_store_pd(value, canonical<M::kGap1>(x[i]));
+      s.x[i] = static_cast<uint32_t>(value[l]);
+      _mm256_store_pd(value, canonical<M::kGap2>(y[i]));
+      s.y[i] = static_cast<uint32_t>(value[l]);
     }
     return s;
   }
 };
 
-// 16 kSegment elements, of which the stream takes the first m: all are made, and the state is that of the lane in which
-// element m lies, at the step where it does. m is a multiple of 4.
+// 16 kSegment elements, of which the stream takes the first m, a multiple of 4: whole pairs of vectors are made, and
+// the state is that of the lane in which the last element lies, at the step behind it. Two vectors at a time: one alone
+// waits for its own results, and more do not fit the registers.
 template <int kSegment>
 void fill_lanes(State& state, double* out, int32_t m) {
-  Lanes lanes;
-  Lanes::start<M::kGap1>(kSpread1<kSegment>, state.x, lanes.x);
-  Lanes::start<M::kGap2>(kSpread2<kSegment>, state.y, lanes.y);
-  const int32_t last_lane = (m - 1) / kSegment, last_steps = m - last_lane * kSegment;
-  for (int32_t t = 0; t < kSegment; t += 4) {
-    __m256d z[4][kVectors];
-    for (int k = 0; k < 4; ++k) lanes.step(z[k]);
-    for (int v = 0; v < kVectors; ++v) {
-      __m256d four[4] = {z[0][v], z[1][v], z[2][v], z[3][v]};
-      transpose(four);  // from a row a step to a row a lane
-      for (int l = 0; l < 4; ++l) _mm256_storeu_pd(out + (4 * v + l) * kSegment + t, four[l]);
+  const State from = state;
+  const int last_lane = (m - 1) / kSegment, last_step = m - last_lane * kSegment;
+  for (int first = 0; first <= last_lane; first += 8) {
+    Lanes lanes[2];
+    for (int v = 0; v < 2; ++v) {
+      Lanes::start<M::kGap1>(kSpread1<kSegment>, first + 4 * v, from.x, lanes[v].x);
+      Lanes::start<M::kGap2>(kSpread2<kSegment>, first + 4 * v, from.y, lanes[v].y);
     }
-    if (t + 4 == last_steps) state = lanes.lane(last_lane);
+    int t = 0;
+    const auto run_to = [&](int end) {
+      for (; t < end; t += 4) {
+        __m256d z[2][4];
+        for (int k = 0; k < 4; ++k)
+          for (int v = 0; v < 2; ++v) z[v][k] = lanes[v].step();
+        for (int v = 0; v < 2; ++v) {
+          transpose(z[v]);  // from a row a step to a row a lane
+          for (int l = 0; l < 4; ++l) _mm256_storeu_pd(out + (first + 4 * v + l) * kSegment + t, z[v][l]);
+        }
+      }
+    };
+    if (last_lane < first + 8) {
+      run_to(last_step);
+      state = lanes[(last_lane - first) / 4].lane(last_lane % 4);
+    }
+    run_to(kSegment);
   }
 }
 
@@ -164,7 +174,7 @@ class Mrg : public BlockOf<double> {
 
   // `out` has room for a whole block, whatever m is.
   void fill(double* out, int32_t m) {
-    constexpr int kLong = 64, kShort = 16, kLeast = 48;  // from the least number on, lanes pay
+    constexpr int kLong = 64, kShort = 16, kLeast = 24;  // from the least number on, lanes pay
     static_assert(kLong * kLanes == kBlockElements);
     int32_t done = 0;
     if (m > 3 * kShort * kLanes) {
@@ -176,7 +186,9 @@ class Mrg : public BlockOf<double> {
       fill_lanes<kShort>(state_, out + done, part);
       done += part;
     }
-    for (; done < m; ++done) out[done] = step(state_);
+    State s = state_;
+    for (; done < m; ++done) out[done] = step(s);
+    state_ = s;
   }
 
  private:
