@@ -56,7 +56,8 @@ class CallbackAlone {
 };
 
 // Stands around each call of a kernel: denormals count, whatever the thread's mode says. A group of the mode that is
-// not named stays, so this adds to CallbackAlone.
+// not named stays, so this adds to CallbackAlone. For the same reason a thread whose mode named no denormal group has
+// this one from its first such call on: an empty group can't be given back.
 class ExactDenormals {
  public:
   ExactDenormals() : mode_(qlx_qvm_kernel_SetMode(QVM_DENORMAL_ACCURATE)) {}

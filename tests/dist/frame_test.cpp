@@ -1,18 +1,14 @@
-// The frame of the distribution generators over a mode and a callback that this program keeps.
+// The frame of the distribution generators over the thread's mode, callback and control words.
 // SPDX-License-Identifier: Apache-2.0
 #include "dist/frame.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <string>
 
 namespace {
 
-// Stands in for the thread's mode state and keeps a log of the calls.
-uint32_t mode = QVM_MODE_DEFAULT;
-QvmErrorCallback callback = nullptr;
-std::string calls;
+using namespace qlx;
 
 int32_t before(QvmElementReport*) {
   return 1;
@@ -23,78 +19,78 @@ int32_t inside(QvmElementReport*) {
 
 uint16_t x87_status() {
   uint16_t word;
-  __asm__ volatile("fnstsw %0" : "=m"(word));
+  asm volatile("fnstsw %0" : "=m"(word));
   return word;
 }
 
-}  // namespace
+// Two exceptions unmasked in each unit and an SSE flag raised, as a caller may have it; the test's own words at the
+// end.
+class CallerWords {
+ public:
+  CallerWords() : sse_(platform::read_sse_control()), x87_(platform::read_x87_control()) {
+    platform::load_sse_control(sse());
+    platform::load_x87_control(x87());
+  }
+  ~CallerWords() {
+    platform::load_sse_control(sse_);
+    platform::load_x87_control(x87_);
+  }
+  uint32_t sse() const { return (sse_ & ~0x280u) | 0x20u; }
+  uint16_t x87() const { return static_cast<uint16_t>(x87_ & ~0x05u); }
 
-// An empty group of the argument keeps the mode's.
-uint32_t qlx_qvm_kernel_SetMode(uint32_t set) {
-  calls += "mode ";
-  const uint32_t old = mode;
-  for (uint32_t group : {0xFu, 0xFF00u, 0x3C0000u})
-    if ((set & group) != 0) mode = (mode & ~group) | (set & group);
-  return old;
-}
-QvmErrorCallback qlx_qvm_kernel_SetErrorCallBack(QvmErrorCallback set) {
-  calls += "callback ";
-  const QvmErrorCallback old = callback;
-  callback = set;
-  return old;
-}
+ private:
+  uint32_t sse_;
+  uint16_t x87_;
+};
 
-namespace {
-
-using namespace qlx::dist;
-
-template <FramePart kPart>
+template <dist::FramePart kPart>
 void frame_gives_everything_back(bool has_words, bool has_callback) {
-  const uint32_t sse = _mm_getcsr();
-  const uint16_t x87 = qlx::platform::read_x87_control();
-  mode = QVM_MODE_DEFAULT;
-  callback = before;
-  calls.clear();
-  // Unmask two exceptions and raise a flag, as a caller may have it.
-  _mm_setcsr((sse & ~0x280u) | 0x20u);
-  const uint16_t unmasked = static_cast<uint16_t>(x87 & ~0x1Du);
-  qlx::platform::load_x87_control(unmasked);
+  const CallerWords caller;
+  // Every group named, so that every group can be given back.
+  constexpr uint32_t kMode = QVM_MODE_DEFAULT | QVM_DENORMAL_FAST;
+  qlx_qvm_kernel_SetErrorCallBack(before);
+  qlx_qvm_kernel_SetMode(kMode);
   {
-    const Frame<kPart> frame(inside);
-    EXPECT_EQ(_mm_getcsr() & 0x1F80u, has_words ? 0x1F80u : 0x1F80u & ~0x280u);
-    EXPECT_EQ(qlx::platform::read_x87_control() & 0x3F, has_words ? 0x3F : unmasked & 0x3F);
-    EXPECT_EQ(mode, has_callback ? uint32_t{QVM_ERRMODE_CALLBACK | QVM_HA} : uint32_t{QVM_MODE_DEFAULT});
-    EXPECT_EQ(callback, has_callback ? inside : before);
-    call_kernel(
-        +[](int denormal_mode) { EXPECT_EQ(mode & QVM_DENORMAL_MASK, uint32_t(denormal_mode)); },
-        int{QVM_DENORMAL_ACCURATE});
+    const dist::Frame<kPart> frame(inside);
+    const uint32_t masks = 0x1F80;
+    EXPECT_EQ(platform::read_sse_control() & masks, has_words ? masks : caller.sse() & masks);
+    EXPECT_EQ(platform::read_x87_control() & 0x3F, has_words ? 0x3F : caller.x87() & 0x3F);
+    const uint32_t errors = has_callback ? QVM_ERRMODE_CALLBACK : QVM_ERRMODE_DEFAULT;
+    EXPECT_EQ(qlx_qvm_kernel_GetMode(), QVM_HA | errors | QVM_DENORMAL_FAST);
+    EXPECT_EQ(qlx_qvm_kernel_GetErrorCallBack(), has_callback ? inside : before);
+    dist::call_kernel(
+        +[](uint32_t expected) { EXPECT_EQ(qlx_qvm_kernel_GetMode(), expected); },
+        QVM_HA | errors | QVM_DENORMAL_ACCURATE);
+    EXPECT_EQ(qlx_qvm_kernel_GetMode(), QVM_HA | errors | QVM_DENORMAL_FAST);
     if (has_words) {
       // Flags that the work leaves, in both units: 0 divided by 0.
-      __asm__ volatile("fldz\n fldz\n fdivrp\n fstp %%st(0)" : : : "st");
+      asm volatile("fldz\n fldz\n fdivrp\n fstp %%st(0)" : : : "st");
       EXPECT_NE(x87_status() & 1, 0);
-      _mm_setcsr(_mm_getcsr() | 1);
+      platform::load_sse_control(platform::read_sse_control() | 1);
     }
   }
-  EXPECT_EQ(_mm_getcsr(), (sse & ~0x280u) | 0x20u);
-  EXPECT_EQ(qlx::platform::read_x87_control(), unmasked);
-  if (has_words) {
-    EXPECT_EQ(x87_status() & 0x3F, 0);
-  }
-  EXPECT_EQ(callback, before);
-  EXPECT_EQ(mode & ~QVM_DENORMAL_MASK, uint32_t{QVM_MODE_DEFAULT});
-  EXPECT_EQ(calls, has_callback ? "mode callback mode mode callback mode " : "mode mode ");
-  _mm_setcsr(sse);
-  qlx::platform::load_x87_control(x87);
+  EXPECT_EQ(platform::read_sse_control(), caller.sse());
+  EXPECT_EQ(platform::read_x87_control(), caller.x87());
+  EXPECT_EQ(x87_status() & 0x3F, 0);
+  EXPECT_EQ(qlx_qvm_kernel_GetErrorCallBack(), before);
+  EXPECT_EQ(qlx_qvm_kernel_GetMode(), kMode);
 }
 
 TEST(Frame, each_variation_sets_its_parts_and_gives_them_back) {
-  frame_gives_everything_back<FramePart::kFull>(true, true);
-  frame_gives_everything_back<FramePart::kCallback>(false, true);
-  frame_gives_everything_back<FramePart::kWords>(true, false);
+  frame_gives_everything_back<dist::FramePart::kFull>(true, true);
+  frame_gives_everything_back<dist::FramePart::kCallback>(false, true);
+  frame_gives_everything_back<dist::FramePart::kWords>(true, false);
+  // Without a callback before, and with an error group that the frame's own empties: both come back.
+  qlx_qvm_kernel_ClearErrorCallBack();
+  qlx_qvm_kernel_SetMode(QVM_ERRMODE_ERRNO);
+  const uint32_t mode = qlx_qvm_kernel_GetMode();
+  { const dist::Frame<dist::FramePart::kFull> frame(inside); }
+  EXPECT_EQ(qlx_qvm_kernel_GetMode(), mode);
+  EXPECT_EQ(qlx_qvm_kernel_GetErrorCallBack(), nullptr);
 }
 
 TEST(Frame, callbacks_finish_a_logarithm_of_zero) {
-  EXPECT_EQ(std::bit_cast<uint32_t>(static_cast<float>(kLogOfZero<float>)), 0xC2CE8ED0u);
+  EXPECT_EQ(std::bit_cast<uint32_t>(static_cast<float>(dist::kLogOfZero<float>)), 0xC2CE8ED0u);
   for (int32_t code : {qvm_status_domain, qvm_status_pole}) {
     const auto results = [code](QvmErrorCallback finish) {
       QvmElementReport report{};
@@ -103,10 +99,10 @@ TEST(Frame, callbacks_finish_a_logarithm_of_zero) {
       EXPECT_EQ(report.res1, report.res2);
       return report.res1;
     };
-    EXPECT_EQ(results(log_of_zero<double, false>), -744.4400719213812);
-    EXPECT_EQ(results(log_of_zero<float, false>), -103.2789306640625);
-    EXPECT_EQ(results(log_of_zero<double, true>), code == qvm_status_pole ? -744.4400719213812 : 0);
-    EXPECT_EQ(results(log_of_zero<float, true>), code == qvm_status_pole ? -103.2789306640625 : 0);
+    EXPECT_EQ(results(dist::log_of_zero<double, false>), -744.4400719213812);
+    EXPECT_EQ(results(dist::log_of_zero<float, false>), -103.2789306640625);
+    EXPECT_EQ(results(dist::log_of_zero<double, true>), code == qvm_status_pole ? -744.4400719213812 : 0);
+    EXPECT_EQ(results(dist::log_of_zero<float, true>), code == qvm_status_pole ? -103.2789306640625 : 0);
   }
 }
 

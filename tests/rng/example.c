@@ -10,8 +10,8 @@ int main(void) {
   enum { kCount = 1000 };
   const uint32_t seed = 7;
   double whole[2 * kCount], parts[2 * kCount];
-  QstStream *stream;
-  char *image;
+  QstStream* stream;
+  char* image;
   size_t length;
 
   /* 1000000 numbers further on than the seed. A negative status ends it. */
