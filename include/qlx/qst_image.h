@@ -85,28 +85,39 @@ static inline int32_t qst_parse_image_header(const char* image, QstImageHeader* 
   return header->headerSize < QST_IMAGE_HEADER_BYTES ? bad_format : QST_STATUS_OK;
 }
 
-/* A number of the state that indexes memory: `offset` bytes into the state of row `row`, `low` to `high`. */
-typedef struct QstImagePosition {
-  int32_t row, offset, low, high;
-} QstImagePosition;
+/* Words of the state that have a range: `count` of 32 bits from `offset` bytes on in the state of row `row`. */
+typedef struct QstImageRange {
+  int32_t row, offset, count;
+  uint32_t low, high;
+} QstImageRange;
 
-/* 0 when the positions in a state of `brng` are in range, so that the generator stays within its state, else -1200. */
+/* 0 when the words in a state of `brng` are such as the generator leaves them: positions within the state, and residues
+   below their modulus. Else -1200. */
 static inline int32_t qst_check_image_state(int32_t brng, const char* state) {
-  static const QstImagePosition positions[] = {
-      {1, 1000, 0, 249},  {1, 1004, 0, 249},                   /* R250: i, j */
-      {7, 2496, 0, 624},  {8, 276, 0, 69},                     /* MT19937, MT2203: index */
-      {12, 2496, 0, 624}, {12, 2512, 0, 3},  {12, 2516, 0, 3}, /* SFMT19937: index, tail */
-      {14, 32, 0, 4},     {15, 24, 0, 4},                      /* ARS5, PHILOX4X32X10: left */
+  static const QstImageRange ranges[] = {
+      {0, 0, 2, 1, 0x7FFFFFFE},                           /* MCG31M1: x, a modulo 2^31 - 1 */
+      {1, 1000, 2, 0, 249},                               /* R250: i, j */
+      {2, 0, 3, 0, 4294967086u},                          /* MRG32K3A: x modulo 2^32 - 209 */
+      {2, 12, 3, 0, 4294944442u},                         /*           y modulo 2^32 - 22853 */
+      {3, 4, 1, 0, 0x7FFFFFF},                            /* MCG59: upper halves of x, a modulo 2^59 */
+      {3, 12, 1, 0, 0x7FFFFFF},   {4, 0, 8, 1, 0xFFFFFF}, /* WH: x, a modulo numbers below 2^24 */
+      {7, 2496, 1, 0, 624},                               /* MT19937: index */
+      {8, 276, 1, 0, 69},                                 /* MT2203: index */
+      {12, 2496, 1, 0, 624},                              /* SFMT19937: index */
+      {12, 2512, 2, 0, 3},                                /*            tailPos, tailEnd */
+      {14, 32, 1, 0, 4},                                  /* ARS5: left */
+      {15, 24, 1, 0, 4},                                  /* PHILOX4X32X10: left */
   };
-  int32_t row, sub_stream;
-  size_t k;
-  /* The older numbering counts R250 as 1 too, and has none of the others. */
+  int32_t row, sub_stream, k;
+  size_t i;
+  /* The older numbering has the rows up to WH and none of the others. */
   __qstGetBrngBaseOffset(brng, &row, &sub_stream);
-  for (k = 0; k < sizeof positions / sizeof positions[0]; ++k) {
-    const QstImagePosition* p = &positions[k];
-    if (p->row == row && (brng >= 0x100000 || row == 1)) {
-      const int32_t value = qst_image_i32(state + p->offset);
-      if (value < p->low || value > p->high) return QST_ERROR_BAD_MEMORY_FORMAT;
+  if (brng < 0x100000 && row > 4) return QST_STATUS_OK;
+  for (i = 0; i < sizeof ranges / sizeof ranges[0]; ++i) {
+    const QstImageRange* range = &ranges[i];
+    for (k = 0; range->row == row && k < range->count; ++k) {
+      const uint32_t word = (uint32_t)qst_image_i32(state + range->offset + 4 * k);
+      if (word < range->low || word > range->high) return QST_ERROR_BAD_MEMORY_FORMAT;
     }
   }
   return QST_STATUS_OK;
@@ -127,7 +138,7 @@ static inline int qst_image_shares_other_size(const char* first, const char* chu
 /* Whether the `length` bytes at `image` begin with a whole image that is safe to load and to draw from; what a chunk's
    data means to its owner is not looked at. Returns 0, or, in this order: -1103 the header ends early; -1200 the header
    does not fit; -1000 an abstract stream, whose state is pointers, or a generator that this library lacks; -1103 the
-   state ends early; -1200 a position in the state is out of range; -1103 a version that has no chunks; then chunk by
+   state ends early; -1200 a word of the state is out of its range; -1103 a version that has no chunks; then chunk by
    chunk -1103 it ends early, -1200 its size is negative, or not that of its shared data elsewhere in the image. */
 static inline int32_t qst_check_image(const void* image, size_t length) {
   const char* at = (const char*)image;

@@ -23,7 +23,7 @@ void require(bool condition, const char* what) {
   std::abort();
 }
 
-// A stream that passed the check draws without leaving its state, and its image loads again.
+// A stream that passed the check draws without leaving its state or an integer's range, and its image loads again.
 void use(QstStream* stream) {
   double r[700];
   require(_qstdRngUniform(0, stream, 700, r, 0.0, 1.0) <= 0, "a draw gave a positive status");

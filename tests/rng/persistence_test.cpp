@@ -106,11 +106,11 @@ TEST_F(Persistence, loaded_streams_go_on) {
   int made = 0;
   for (int32_t id : ids) {
     SCOPED_TRACE(id);
-    QstStream *stream = nullptr, *from_memory, *from_file;
+    QstStream *stream = nullptr, *from_memory, *from_file, *copy;
     const uint32_t seed = 3;
     if (__qstNewStreamEx(&stream, id, 1, &seed) < 0) continue;  // not built yet
     ++made;
-    double r[3][600];
+    double r[4][600];
     if (_qstdRngUniform(0, stream, 300, r[0], 0.0, 1.0) == 0) {
       const Bytes image = image_of(stream);
       EXPECT_EQ(__qstSaveStreamF(stream, path_.c_str(), -1), 0);
@@ -118,10 +118,14 @@ TEST_F(Persistence, loaded_streams_go_on) {
       ASSERT_EQ(qst_load_image(&from_memory, image.data(), image.size()), 0);
       ASSERT_EQ(load_file(&from_file), 0);
       EXPECT_EQ(from_file->brng, id);
+      ASSERT_EQ(__qstCopyStream(&copy, stream), 0);
       int k = 0;
-      for (QstStream* s : {stream, from_memory, from_file}) EXPECT_EQ(_qstdRngUniform(0, s, 600, r[k++], 0.0, 1.0), 0);
+      for (QstStream* s : {stream, from_memory, from_file, copy})
+        EXPECT_EQ(_qstdRngUniform(0, s, 600, r[k++], 0.0, 1.0), 0);
       EXPECT_EQ(std::memcmp(r[0], r[1], sizeof r[0]), 0);
       EXPECT_EQ(std::memcmp(r[0], r[2], sizeof r[0]), 0);
+      EXPECT_EQ(std::memcmp(r[0], r[3], sizeof r[0]), 0);
+      __qstDeleteStream(&copy);
       __qstDeleteStream(&from_memory);
       __qstDeleteStream(&from_file);
     }

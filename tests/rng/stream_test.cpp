@@ -138,6 +138,30 @@ TEST_F(Streams, state_copy_keeps_the_identifier_and_counts_words) {
   __qstDeleteStream(&source);
 }
 
+// What the counted words leave out: the multiplier of the congruential generators that one word covers. Those of WH are
+// counted, though its count goes past the state.
+TEST_F(Streams, state_copy_leaves_the_multiplier_of_a_leapfrog) {
+  struct Case {
+    int32_t brng;
+    bool keeps;
+  };
+  for (const Case& c : {Case{QST_BRNG_MCG31M1, true}, {QST_BRNG_MCG59, true}, {QST_BRNG_WH, false}, {4, false}}) {
+    SCOPED_TRACE(c.brng);
+    const uint32_t seed = 5;
+    QstStream *plain, *dealt;
+    ASSERT_EQ(__qstNewStreamEx(&plain, c.brng, 1, &seed), 0);
+    ASSERT_EQ(__qstNewStreamEx(&dealt, c.brng, 1, &seed), 0);
+    ASSERT_EQ(__qstLeapfrogStream(dealt, 1, 3), 0);
+    ASSERT_EQ(__qstCopyStreamState(dealt, plain), 0);
+    double steps[7], leaps[3];
+    ASSERT_EQ(_qstdRngUniform(0, plain, 7, steps, 0, 1), 0);
+    ASSERT_EQ(_qstdRngUniform(0, dealt, 3, leaps, 0, 1), 0);
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(leaps[k], steps[c.keeps ? 3 * k : k]) << k;
+    __qstDeleteStream(&plain);
+    __qstDeleteStream(&dealt);
+  }
+}
+
 TEST_F(Streams, deletion_by_id_keeps_the_last_survivor) {
   struct Case {
     std::vector<int> added, left;

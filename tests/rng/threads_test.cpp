@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -70,6 +71,45 @@ TEST(Threads, streams_share_rows_while_others_come_and_go) {
     const uint64_t id[] = {k, 77};
     EXPECT_EQ(__qstFindGlobRODataTableEntry(&entry, id), QST_ERROR_GLOBAL_ENTRY_NOT_FOUND);
   }
+}
+
+// Two threads bring one new identity at the same moment: one row, two references, in every round. The rounds go on for
+// two seconds, since only a machine with two idle processors makes the moments meet at once.
+TEST(Threads, an_identity_brought_twice_at_once_is_one_row) {
+  toy::brng();
+  constexpr std::chrono::seconds kPatience{2};
+  const auto begin = std::chrono::steady_clock::now();
+  std::atomic<int> arrived{0};
+  std::atomic<bool> done{false};
+  // Spins, so that both leave within a few cycles of each other; a thread that waits long gives its processor up.
+  const auto meet = [&arrived](int target) {
+    ++arrived;
+    for (int spins = 0; arrived.load() < target; ++spins)
+      if (spins > 100000) std::this_thread::yield();
+  };
+  int rounds = 0, broken = 0;
+  const auto work = [&](bool checks) {
+    QstStream* stream = toy::new_stream();
+    for (int round = 0; !done; ++round) {
+      meet(6 * round + 2);
+      add_shared(stream, 1);
+      meet(6 * round + 4);
+      if (checks) {
+        const uint64_t id[] = {1, 77};
+        QstGlobRODataEntry* entry;
+        broken += __qstFindGlobRODataTableEntry(&entry, id) != 0 || entry->refCount != 2;
+        ++rounds;
+        done = broken > 0 || rounds == 20000 || std::chrono::steady_clock::now() - begin > kPatience;
+      }
+      meet(6 * round + 6);
+      if (!done) __qstDeleteChunks(stream);
+    }
+    if (broken == 0) __qstDeleteStream(&stream);  // two rows of one identity would free their data twice
+  };
+  std::thread other(work, false);
+  work(true);
+  other.join();
+  EXPECT_EQ(broken, 0) << "in round " << rounds;
 }
 
 }  // namespace

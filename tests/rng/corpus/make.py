@@ -34,6 +34,7 @@ images = {
     "wh_set_272": image(WH + 272, wh),
     "r250": image(R250, r250),
     "r250_position_out_of_range": image(R250, r250[:-4] + struct.pack("<i", 1 << 30)),
+    "wh_word_out_of_range": image(WH, struct.pack("<8I", 0xFFFFFFFF, 2, 3, 4, 125, 117, 127, 126)),
     "version_0": image(MCG59, mcg59, [struct.pack("<ii", 3, 4) + b"data"], version=0),
     "version_1": image(MCG59, mcg59, [chunk(3, b"data")], version=1),
     "version_3_chunk": image(MCG59, mcg59, [chunk(3, b"data")], version=3),
