@@ -39,7 +39,7 @@ constexpr StatusText kStatusTexts[] = {
     {QST_ERROR_MEMORY, "out of memory"},
     {QST_ERROR_BAD_BRNG, "no such generator in this library"},
     {QST_ERROR_LEAPFROG_UNSUPPORTED, "the generator has no leapfrog"},
-    {QST_ERROR_SKIPAHEAD_UNSUPPORTED, "the generator has no skip-ahead to there"},
+    {QST_ERROR_SKIPAHEAD_UNSUPPORTED, "the generator has no skip-ahead, or none that far"},
     {QST_ERROR_QUASI_PERIOD_ELAPSED, "the sequence has come to its end"},
     {QST_ERROR_BITS_UNSUPPORTED, "the generator has no such bits"},
     {QST_ERROR_FILE_CLOSE, "writing the file failed"},

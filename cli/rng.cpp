@@ -228,13 +228,15 @@ Run attach_rng(CLI::App& command) {
   command.add_option("--skip", arguments->skip, "Leave out that many numbers first; counted after --leapfrog")
       ->type_name("COUNT");
   command.add_option("-n,--count", arguments->count, "How many numbers")->type_name("COUNT")->capture_default_str();
+  std::map<std::string, std::vector<std::string>> uses;  // distributions by parameter
   for (const Distribution& distribution : distributions())
     for (const Parameter& parameter : distribution.parameters)
-      if (arguments->parameters.try_emplace(parameter.name).second)
-        command
-            .add_option(std::string("--") + parameter.name, arguments->parameters[parameter.name],
-                        "Parameter of a distribution")
-            ->type_name("NUMBER");
+      uses[parameter.name].push_back(
+          distribution.name +
+          (*parameter.default_value ? std::string(" (default ") + parameter.default_value + ")" : ""));
+  for (const auto& [name, users] : uses)
+    command.add_option("--" + name, arguments->parameters[name], "Parameter of " + join(users, ", "))
+        ->type_name("NUMBER");
   one_of(command.add_option("-t,--type", arguments->type, "double or float"), {"d", "s"})->capture_default_str();
   one_of(command.add_option("-f,--format", arguments->format, "One number a line, bytes, or NumPy's file format"),
          {"csv", "raw", "npy"})
