@@ -36,17 +36,20 @@ QLX_CORE_API int qlx_serv_getenv(const char *name, char *buffer, int size);
 /* Prints message `id` of the catalogue, to stderr if `to_stderr` is not 0 and to stdout otherwise, with `count`
    further arguments of the types that the message takes:
      748 (name, index)   749..754 (name)   755..766 (index, double value)   773 ()
-   where name is const char* and index is int. An id that is not in the catalogue prints its number. */
+   where name is const char* and index is int. An id that is not in the catalogue, or that comes with fewer arguments
+   than it takes, prints its number. A message is one line, written in one piece. Returns the number of characters
+   written, or a negative number when the stream fails. */
 QLX_CORE_API int qlx_serv_print(int to_stderr, int id, int count, ...);
 
-/* Takes and releases a lock word, which starts at 0. Not recursive. */
+/* Takes and releases a lock word, which starts at 0. Not recursive, not fair; meant to be held briefly. */
 QLX_CORE_API void qlx_serv_lock(volatile int32_t *lock);
 QLX_CORE_API void qlx_serv_unlock(volatile int32_t *lock);
 
-/* Ends the process with `code`. Does not return. */
+/* Ends the process with `code`, after the work that is registered for a process's end. Does not return. */
 QLX_CORE_API void qlx_serv_exit(int code);
 
-/* 1 on a server processor of the generation with 512-bit vectors and vector AES, 0 on any other. */
+/* 1 when processor and system offer both 512-bit vectors and AES on them (the server generation that brought both, and
+   later ones), else 0. */
 QLX_CORE_API int qlx_serv_cpuisicx(void);
 
 /* ---- Threads --------------------------------------------------------------------------------------------------- */
@@ -54,15 +57,21 @@ QLX_CORE_API int qlx_serv_cpuisicx(void);
 /* The work of one task: `task` counts from 0. */
 typedef void (*QlxTaskFunction)(int task, void *context);
 
-/* Runs function(0, context) to function(tasks - 1, context), on at most the limit's number of threads, and returns
-   0 when all have ended. `reserved` is 0. Called from inside a task it runs its tasks in order on that thread. */
+/* Runs function(0, context) to function(tasks - 1, context), each once, on at most the limit's number of threads, the
+   caller's among them, and returns 0 when all have ended. `reserved` is 0. Tasks must not rely on each other's
+   progress: they may all run in order on one thread, and do when called from inside a task or with a limit of 1.
+   A task runs under the caller's floating-point control (rounding, denormals); flags that it raises stay in the thread
+   that ran it. A task must return: it may neither throw nor end its thread. */
 QLX_CORE_API int qlx_qst_serv_threader_for(int tasks, int reserved, void *context, QlxTaskFunction function);
 
 /* The highest number of threads that a parallel call may use: what qlx_serv_set_num_threads_limit last set, else the
-   environment variable QLX_NUM_THREADS, else the processors that this process may run on. 1 inside a task. */
+   environment variable QLX_NUM_THREADS (a decimal number from 1 to 1024; any other value counts as absent), else the
+   number of processors that this process may run on. Environment and processors are looked at once, at first use.
+   1 inside a task, and inside an active OpenMP region of the caller where OpenMP runs the tasks. */
 QLX_CORE_API int qlx_qst_serv_threader_get_num_threads_limit(void);
 
-/* Sets the limit for the process; a value below 1 returns to the environment's. Returns the limit in force before. */
+/* Sets the limit for the process; a value below 1 returns to the environment's, a value above 1024 counts as 1024.
+   Returns the process's limit in force before. Calls that already run keep theirs. */
 QLX_CORE_API int qlx_serv_set_num_threads_limit(int limit);
 
 /* The table of threading functions that statistics and data fitting receive as an argument. */
@@ -138,17 +147,22 @@ QLX_CORE_DECLARE_LAPACK(s, float)
 
 /* ---- Tridiagonal systems ---------------------------------------------------------------------------------------- */
 /* A is n by n, diagonally dominant: d[n] its diagonal, dl[n-1] below, du[n-1] above. No pivoting; no thread is started.
-   `info` is 0, or -k for a bad k-th argument, or k when the k-th pivot is zero (the factor is not finished then).
+   Arrays may not overlap. `info` is 0, or -k for a bad k-th argument (then nothing is touched), or k when the pivot of
+   row k, counted from 1, is zero: then d, and b of a combined call, are left half-way.
 
-   ?dttrfb_4dfl factors in place: dl and d take the factors, du is kept.
-   ?dttrsb_4dfl solves A X = B with that factor for nrhs right-hand sides in the columns of b (ldb >= n), in place.
-   ?dtsvb_4dfl  factors and solves; dl, d, du are overwritten. */
+   ?dttrfb_4dfl factors: d takes the reciprocals of the pivots of an elimination from both ends to row n / 2, counted
+                from 0; dl and du are kept, and are the rest of the factor.
+   ?dttrsb_4dfl solves A X = B with that factor for nrhs right-hand sides in the columns of b (ldb >= max(1, n)), in
+                place.
+   ?dtsvb_4dfl  factors and solves, with the result that the other two give one after the other, bit for bit; for the
+                first right-hand side it costs one pass over memory less.
+   A column's result depends neither on its place nor on the number of columns. */
 #define QLX_CORE_DECLARE_TRIDIAGONAL(P, T)                                                                              \
-  QLX_CORE_API void P##dttrfb_4dfl(const int64_t *n, T *dl, T *d, const T *du, int64_t *info);                         \
+  QLX_CORE_API void P##dttrfb_4dfl(const int64_t *n, const T *dl, T *d, const T *du, int64_t *info);                   \
   QLX_CORE_API void P##dttrsb_4dfl(const int64_t *n, const int64_t *nrhs, const T *dl, const T *d, const T *du, T *b,  \
                                    const int64_t *ldb, int64_t *info);                                                 \
-  QLX_CORE_API void P##dtsvb_4dfl(const int64_t *n, const int64_t *nrhs, T *dl, T *d, T *du, T *b, const int64_t *ldb, \
-                                  int64_t *info);
+  QLX_CORE_API void P##dtsvb_4dfl(const int64_t *n, const int64_t *nrhs, const T *dl, T *d, const T *du, T *b,         \
+                                  const int64_t *ldb, int64_t *info);
 
 QLX_CORE_DECLARE_TRIDIAGONAL(d, double)
 QLX_CORE_DECLARE_TRIDIAGONAL(s, float)
