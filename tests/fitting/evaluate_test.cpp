@@ -15,8 +15,7 @@ struct Spline {
   std::vector<Real> x, y, knots, coefficients, partition, given_knots;
   TaskHandle task;
 
-  Spline(int64_t points, int64_t count, int64_t spline_order, int64_t spline_type, bool is_uniform,
-         int64_t storage = 16)
+  Spline(int64_t points, int64_t count, int64_t spline_order, int64_t spline_type, bool is_uniform)
       : n(points),
         functions(count),
         order(spline_order),
@@ -42,7 +41,7 @@ struct Spline {
     }
     partition = uniform ? std::vector<Real>{x[0], x[n - 1]} : x;
     using A = Api<Real>;
-    EXPECT_EQ(A::new_task(&task, n, partition.data(), uniform ? 4 : 1, functions, y.data(), storage, 1), DF_OK);
+    EXPECT_EQ(A::new_task(&task, n, partition.data(), uniform ? 4 : 1, functions, y.data(), 16, 1), DF_OK);
     EXPECT_EQ(A::edit_spline(task, order, type, 0, nullptr, subbotin ? (uniform ? 12 : 8) : 0,
                              subbotin ? given_knots.data() : nullptr, coefficients.data(), 16),
               DF_OK);
