@@ -88,8 +88,9 @@ typedef void (*QlxAnyFunction)(void);
 QLX_CORE_API QlxAnyFunction qlx_serv_load_thread_fun(const char *name);
 
 /* ---- Dense linear algebra --------------------------------------------------------------------------------------- */
-/* The BLAS or LAPACK routine of the same name. Plain forms may use threads up to the limit; `x` forms are for use
-   inside tasks and never start a thread. */
+/* The BLAS or LAPACK routine of the same name. Plain forms may use threads up to the limit, when the work is worth it;
+   inside a task they don't. `x` forms are for use inside tasks and never start a thread. The BLAS routines trust their
+   arguments; the LAPACK routines report in `info`. Several threads may call at once. */
 
 #define QLX_CORE_DECLARE_BLAS(P, T, X)                                                                                  \
   QLX_CORE_API void qlx_blas_##X##P##gemm(const char *transa, const char *transb, const int *m, const int *n,          \

@@ -23,6 +23,14 @@
 
 QLX_BEGIN_C
 
+/* A complex element: real part first. */
+typedef struct QvmComplexFloat {
+  float re, im;
+} QvmComplexFloat;
+typedef struct QvmComplexDouble {
+  double re, im;
+} QvmComplexDouble;
+
 /* ---- Mode word -------------------------------------------------------------------------------------------------- */
 
 enum {
@@ -71,13 +79,13 @@ enum {
 typedef struct QvmElementReport {
   int32_t code;  /* the status */
   int32_t index; /* element's index, counted from SetInterfInputVectorPointer's address when one is set */
-  double arg1;
+  QLX_ALIGN8 double arg1;
   double arg2; /* equals arg1 for a function of one argument */
   double res1; /* what the callback leaves here is stored, when it returns 0 */
   double res2; /* equals res1 for a function of one result */
   char func_name[64];
   int32_t func_name_len;
-  double arg1_im;
+  QLX_ALIGN8 double arg1_im;
   double arg2_im;
   double res1_im;
   double res2_im;

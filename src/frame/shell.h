@@ -1,0 +1,451 @@
+// The shell that every elementwise kernel runs in: control words, blocks, masked tail, lanes that need care, reports,
+// strided forms. A kernel brings a formula; the shell owns everything else.
+// SPDX-License-Identifier: Apache-2.0
+//
+// A formula is a small struct:
+//
+//   struct InvF32 {
+//     using Pack = simd::PackF32;
+//     static constexpr int kBlock = 32;                    // elements a pass, a multiple of Pack::kLanes
+//     Pack formula(Pack a) const;                          // all lanes, whatever they hold
+//     Pack::Mask needs_care(Pack a) const;                 // lanes that the formula can't serve; left out: none
+//     static Status callout(const float *a, float *r);     // always stores a result
+//     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
+//                                                          // in r and takes them out of m
+//   };
+//
+// Two arguments: formula(a, b), needs_care(a, b), callout(a, b, r). Two results: formula returns Two<Pack>, and the
+// callout is (a, r1, r2). A formula that finds its marked lanes on the way returns Marked<Pack> in place of a Pack, and
+// has no needs_care. Members of the struct, if any, are scalar parameters.
+//
+// The order of mending, reporting and storing is part of the interface: a callback sees the marked lanes of a block in
+// ascending order, each stored before its report; the other lanes of the block are stored after the last report.
+#pragma once
+
+#include <type_traits>
+
+#include "frame/control_words.h"
+#include "frame/qvm_frame.h"
+#include "frame/shapes.h"
+#include "vecmath/simd/simd.h"
+
+namespace qlx::shell {
+
+template <class Pack>
+struct Two {
+  Pack first, second;
+};
+template <class Pack>
+struct Marked {
+  Pack result;
+  typename Pack::Mask care;
+};
+
+// Fills the lanes past the end of the arrays: ordinary for every function, so that they need no care.
+constexpr double kFiller = 0.75;
+
+// ---- Arrays, by how they are walked --------------------------------------------------------------------------------
+
+template <class Pack, class Element>
+struct UnitArray {
+  using Real = typename Pack::Real;
+  Element* base;
+  Pack load(int32_t i) const { return simd::load(base + i); }
+  Pack load_first(int32_t i, int count) const {
+    return simd::load_first(base + i, count, simd::all<Pack>(static_cast<Real>(kFiller)));
+  }
+  void store(int32_t i, Pack x) const { simd::store(base + i, x); }
+  View<Element> view() const { return {base, 1}; }
+};
+
+template <class Pack, class Element>
+struct StridedArray {
+  using Real = typename Pack::Real;
+  Element* base;
+  std::ptrdiff_t stride;
+  Pack load(int32_t i) const {
+    const Element* p = base + i * stride;
+    if (stride == 1) return simd::load(p);
+    if (stride == 0) return simd::all<Pack>(*p);
+    return simd::gather(p, stride);
+  }
+  Pack load_first(int32_t i, int count) const {
+    alignas(32) Real lanes[Pack::kLanes];
+    simd::store_aligned(lanes, simd::all<Pack>(static_cast<Real>(kFiller)));
+    for (int k = 0; k < count; ++k) lanes[k] = base[(i + k) * stride];
+    return simd::load(lanes);
+  }
+  void store(int32_t i, Pack x) const {
+    if (stride == 1) {
+      simd::store(base + i, x);
+    } else {
+      simd::scatter(base + i * stride, stride, x);
+    }
+  }
+  View<Element> view() const { return {base, stride}; }
+};
+
+// One value for all elements.
+template <class Pack>
+struct ScalarArgument {
+  using Real = typename Pack::Real;
+  const Real* value;
+  Pack load(int32_t) const { return simd::all<Pack>(*value); }
+  Pack load_first(int32_t, int) const { return simd::all<Pack>(*value); }
+  View<const Real> view() const { return {value, 0}; }
+};
+
+// In the place of a second argument or result that a function doesn't have.
+struct None {};
+
+// ---- The walk of marked lanes, out of line and shared by all kernels of a type
+// ---------------------------------------
+
+constexpr int kMaxBlock = 32;
+
+// Arguments and results of one block, saved from the registers. Functions of one argument (result) use the first row.
+template <class Real>
+struct SavedBlock {
+  alignas(32) Real a[kMaxBlock];
+  alignas(32) Real b[kMaxBlock];
+  alignas(32) Real r[kMaxBlock];
+  alignas(32) Real s[kMaxBlock];
+};
+
+// The caller's arrays as reports see them; a missing second one repeats the first.
+template <class Real>
+struct Views {
+  View<const Real> a, b;
+  View<Real> r, s;
+};
+
+// Exactly one is set.
+template <class Real>
+struct Callout {
+  Status (*one)(const Real*, Real*) = nullptr;
+  Status (*two_arguments)(const Real*, const Real*, Real*) = nullptr;
+  Status (*two_results)(const Real*, Real*, Real*) = nullptr;
+};
+
+// Calls the callout for each lane of `bits` in ascending order, and reports those that ask for it. Lane k is element
+// index + k.
+template <class Real>
+[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedBlock<Real>& block, const Views<Real>& views,
+                        const Callout<Real>& callout, const char* name);
+extern template void walk(uint32_t, int32_t, SavedBlock<float>&, const Views<float>&, const Callout<float>&,
+                          const char*);
+extern template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<double>&, const Callout<double>&,
+                          const char*);
+
+// ---- The run over a vector -----------------------------------------------------------------------------------------
+
+// Formula, its arrays, and the passes over them. B and S are None for functions without a second argument or result.
+template <class Formula, class A, class B, class R, class S>
+class Run {
+  using Pack = typename Formula::Pack;
+  using Mask = typename Pack::Mask;
+  using Real = typename Pack::Real;
+  static constexpr int kLanes = Pack::kLanes;
+  static constexpr bool kTwoArguments = !std::is_same_v<B, None>;
+  static constexpr bool kTwoResults = !std::is_same_v<S, None>;
+  static constexpr bool kMarksOnTheWay = [] {
+    if constexpr (kTwoArguments) {
+      return std::is_same_v<decltype(std::declval<Formula>().formula(Pack{}, Pack{})), Marked<Pack>>;
+    } else {
+      return std::is_same_v<decltype(std::declval<Formula>().formula(Pack{})), Marked<Pack>>;
+    }
+  }();
+  static constexpr bool kHasCare = kMarksOnTheWay || requires(Formula f) { &Formula::needs_care; };
+  static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0);
+
+ public:
+  Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
+      : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
+
+  // Unit stride: blocks, then single registers, then one masked register. Kernels that serve every lane first bring the
+  // stores to register boundaries.
+  [[gnu::always_inline]] void unit(int32_t n) const {
+    int32_t i = 0;
+    if constexpr (!kHasCare) {
+      if (n >= kAlignFrom) i = align_stores();
+    }
+    i = blocks(i, n);
+    for (; n - i >= kLanes; i += kLanes) pass<1>(i);
+    if (i < n) masked_pass(i, n - i);
+  }
+
+  // Strided: blocks, then element by element.
+  [[gnu::always_inline]] void strided(int32_t n) const {
+    for (int32_t i = blocks(0, n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
+  }
+
+ private:
+  // The lanes of up to a block, in registers.
+  template <int kRegisters>
+  struct Registers {
+    Pack a[kRegisters], b[kRegisters], r[kRegisters], s[kRegisters];
+    Mask care[kRegisters];
+  };
+
+  // Arrays as short as a few blocks don't win back the extra register.
+  static constexpr int32_t kAlignFrom = 4 * kMaxBlock;
+
+  // Does the elements before the result's first register boundary, and returns their number.
+  [[gnu::always_inline]] int32_t align_stores() const {
+    const auto misplaced =
+        static_cast<int32_t>(reinterpret_cast<std::uintptr_t>(r_.base) % sizeof(Pack) / sizeof(Real));
+    if (misplaced == 0) return 0;
+    const int32_t count = kLanes - misplaced;
+    masked_pass(0, count);
+    return count;
+  }
+
+  [[gnu::always_inline]] int32_t blocks(int32_t i, int32_t n) const {
+    for (; n - i >= Formula::kBlock; i += Formula::kBlock) pass<Formula::kBlock / kLanes>(i);
+    return i;
+  }
+
+  template <int kRegisters>
+  [[gnu::always_inline]] void pass(int32_t i) const {
+    Registers<kRegisters> x;
+#pragma GCC unroll 8
+    for (int j = 0; j < kRegisters; ++j) {
+      x.a[j] = a_.load(i + j * kLanes);
+      if constexpr (kTwoArguments) x.b[j] = b_.load(i + j * kLanes);
+    }
+    compute(x);
+    if constexpr (kHasCare) {
+      if (any_care(x)) [[unlikely]]
+        mend(x, i);
+    }
+#pragma GCC unroll 8
+    for (int j = 0; j < kRegisters; ++j) {
+      r_.store(i + j * kLanes, x.r[j]);
+      if constexpr (kTwoResults) s_.store(i + j * kLanes, x.s[j]);
+    }
+  }
+
+  [[gnu::always_inline]] void masked_pass(int32_t i, int count) const {
+    Registers<1> x;
+    x.a[0] = a_.load_first(i, count);
+    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
+    compute(x);
+    if constexpr (kHasCare) {
+      x.care[0] = x.care[0] & simd::first_lanes(x.care[0], count);
+      if (any_care(x)) [[unlikely]]
+        mend(x, i);
+    }
+    simd::store_first(r_.base + i, count, x.r[0]);
+    if constexpr (kTwoResults) simd::store_first(s_.base + i, count, x.s[0]);
+  }
+
+  // The lanes are computed together, and mended and stored one after the other, as if each had a pass of its own.
+  void element_pass(int32_t i, int count) const {
+    Registers<1> x;
+    x.a[0] = a_.load_first(i, count);
+    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
+    compute(x);
+    SavedBlock<Real> block;
+    save(x, block);
+    uint32_t bits = 0;
+    if constexpr (kHasCare) bits = simd::lane_bits(x.care[0]);
+    const Views<Real> views = this->views();
+    for (int k = 0; k < count; ++k) {
+      if constexpr (kHasCare) {
+        if (bits >> k & 1) walk(uint32_t{1} << k, i, block, views, callout(), name_);
+      }
+      views.r[i + k] = block.r[k];
+      if constexpr (kTwoResults) views.s[i + k] = block.s[k];
+    }
+  }
+
+  template <int kRegisters>
+  [[gnu::always_inline]] void compute(Registers<kRegisters>& x) const {
+#pragma GCC unroll 8
+    for (int j = 0; j < kRegisters; ++j) {
+      const auto result = [&] {
+        if constexpr (kTwoArguments) {
+          return formula_.formula(x.a[j], x.b[j]);
+        } else {
+          return formula_.formula(x.a[j]);
+        }
+      }();
+      if constexpr (kMarksOnTheWay) {
+        x.r[j] = result.result;
+        x.care[j] = result.care;
+      } else if constexpr (kTwoResults) {
+        x.r[j] = result.first;
+        x.s[j] = result.second;
+      } else {
+        x.r[j] = result;
+      }
+      if constexpr (kHasCare && !kMarksOnTheWay) {
+        if constexpr (kTwoArguments) {
+          x.care[j] = formula_.needs_care(x.a[j], x.b[j]);
+        } else {
+          x.care[j] = formula_.needs_care(x.a[j]);
+        }
+      }
+    }
+  }
+
+  template <int kRegisters>
+  [[gnu::always_inline]] static bool any_care(const Registers<kRegisters>& x) {
+    Mask all = x.care[0];
+#pragma GCC unroll 8
+    for (int j = 1; j < kRegisters; ++j) all = all | x.care[j];
+    return simd::any(all);
+  }
+
+  template <int kRegisters>
+  [[gnu::always_inline]] static void save(const Registers<kRegisters>& x, SavedBlock<Real>& block) {
+    for (int j = 0; j < kRegisters; ++j) {
+      simd::store_aligned(block.a + j * kLanes, x.a[j]);
+      simd::store_aligned(block.r + j * kLanes, x.r[j]);
+      if constexpr (kTwoArguments) simd::store_aligned(block.b + j * kLanes, x.b[j]);
+      if constexpr (kTwoResults) simd::store_aligned(block.s + j * kLanes, x.s[j]);
+    }
+  }
+
+  // Marked lanes: first the short road, when no report is wanted, then the walk. Inlined, so that the fast path's lanes
+  // never have an address.
+  template <int kRegisters>
+  [[gnu::always_inline]] void mend(Registers<kRegisters>& x, int32_t i) const {
+    if constexpr (requires { &Formula::short_road; }) {
+      if ((mode_ & QVM_ERRMODE_MASK) == QVM_ERRMODE_NOERR) {
+        for (int j = 0; j < kRegisters; ++j) x.care[j] = formula_.short_road(x.a[j], x.r[j], x.care[j]);
+      }
+    }
+    uint32_t bits = 0;
+    for (int j = 0; j < kRegisters; ++j) bits |= simd::lane_bits(x.care[j]) << (j * kLanes);
+    if (bits == 0) return;
+    SavedBlock<Real> block;
+    save(x, block);
+    walk(bits, i, block, views(), callout(), name_);
+    for (int j = 0; j < kRegisters; ++j) {
+      x.r[j] = simd::load(block.r + j * kLanes);
+      if constexpr (kTwoResults) x.s[j] = simd::load(block.s + j * kLanes);
+    }
+  }
+
+  Views<Real> views() const {
+    Views<Real> v;
+    const auto a = a_.view();
+    v.a = {a.base, a.stride};
+    v.b = v.a;
+    if constexpr (kTwoArguments) {
+      const auto b = b_.view();
+      v.b = {b.base, b.stride};
+    }
+    v.r = r_.view();
+    v.s = v.r;
+    if constexpr (kTwoResults) v.s = s_.view();
+    return v;
+  }
+
+  static constexpr Callout<Real> callout() {
+    Callout<Real> c;
+    if constexpr (kTwoResults) {
+      c.two_results = Formula::callout;
+    } else if constexpr (kTwoArguments) {
+      c.two_arguments = Formula::callout;
+    } else {
+      c.one = Formula::callout;
+    }
+    return c;
+  }
+
+  const Formula formula_;
+  const A a_;
+  const B b_;
+  const R r_;
+  const S s_;
+  const uint32_t mode_;
+  const char* const name_;
+};
+
+// ---- Kernels by the shape of their arguments -----------------------------------------------------------------------
+// One overload of run() for each shape, unit-stride and strided. `n` and the pointers are trusted.
+
+template <class F>
+struct Kernel {
+  using Pack = typename F::Pack;
+  using Real = typename Pack::Real;
+  using In = UnitArray<Pack, const Real>;
+  using Out = UnitArray<Pack, Real>;
+  using StridedIn = StridedArray<Pack, const Real>;
+  using StridedOut = StridedArray<Pack, Real>;
+  using Scalar = ScalarArgument<Pack>;
+
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real* r) {
+    unit(name, n, In{a}, None{}, Out{r}, None{});
+  }
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real* r, int32_t incr) {
+    strided(name, n, StridedIn{a, inca}, None{}, StridedOut{r, incr}, None{});
+  }
+
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real* r1, Real* r2) {
+    unit(name, n, In{a}, None{}, Out{r1}, Out{r2});
+  }
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real* r1, int32_t incr1, Real* r2,
+                  int32_t incr2) {
+    strided(name, n, StridedIn{a, inca}, None{}, StridedOut{r1, incr1}, StridedOut{r2, incr2});
+  }
+
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, const Real* b, Real* r) {
+    unit(name, n, In{a}, In{b}, Out{r}, None{});
+  }
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, const Real* b, int32_t incb, Real* r,
+                  int32_t incr) {
+    strided(name, n, StridedIn{a, inca}, StridedIn{b, incb}, StridedOut{r, incr}, None{});
+  }
+
+  [[gnu::always_inline]] static void run(const char* name, int32_t n, const Real* a, Real b, Real* r) {
+    unit(name, n, In{a}, Scalar{&b}, Out{r}, None{});
+  }
+  static void run(const char* name, int32_t n, const Real* a, int32_t inca, Real b, Real* r, int32_t incr) {
+    strided(name, n, StridedIn{a, inca}, Scalar{&b}, StridedOut{r, incr}, None{});
+  }
+
+ private:
+  template <class A, class B, class R, class S>
+  [[gnu::always_inline]] static void unit(const char* name, int32_t n, A a, B b, R r, S s) {
+    ControlWords words;
+    Run<F, A, B, R, S>(F{}, a, b, r, s, words.mode(), name).unit(n);
+  }
+  template <class A, class B, class R, class S>
+  [[gnu::always_inline]] static void strided(const char* name, int32_t n, A a, B b, R r, S s) {
+    ControlWords words;
+    Run<F, A, B, R, S>(F{}, a, b, r, s, words.mode(), name).strided(n);
+  }
+};
+
+}  // namespace qlx::shell
+
+// ---- Instantiation, one line a kernel, at file scope
+// ----------------------------------------------------------------- QLX_KERNEL(Shape, t, Name, Accuracy, Formula)
+// defines the unit-stride and the strided kernel that the row of t and Name in catalogue.def calls Accuracy: LA, HA,
+// EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are all 1 goes to the unit-stride kernel through the
+// function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any class with run(), and the name that the strided
+// kernel reports under.
+
+#define QLX_SLOT_LA 0
+#define QLX_SLOT_HA 1
+#define QLX_SLOT_EP 2
+#define QLX_SLOT_ALL 0
+#define QLX_SLOT_LAHA 0
+#define QLX_SLOT_LAEP 0
+
+#define QLX_KERNEL(Shape, t, Name, Accuracy, ...) \
+  QLX_KERNEL_OF(Shape, t, Name, Accuracy, #Name, qlx::shell::Kernel<__VA_ARGS__>)
+
+#define QLX_KERNEL_OF(Shape, t, Name, Accuracy, strided_name, ...)                                            \
+  namespace qlx::kernels {                                                                                    \
+  void t##Name##_##Accuracy(QLX_P_##Shape(QLX_TYPE_##t)) {                                                    \
+    __VA_ARGS__::run("v" #t #Name, QLX_A_##Shape);                                                            \
+  }                                                                                                           \
+  void t##Name##I_##Accuracy(QLX_PI_##Shape(QLX_TYPE_##t)) {                                                  \
+    if (QLX_UNIT_STRIDES_##Shape) return qlx_qvm_kernel_##t##Name##_ttab[QLX_SLOT_##Accuracy](QLX_A_##Shape); \
+    __VA_ARGS__::run("v" #t strided_name, QLX_AI_##Shape);                                                    \
+  }                                                                                                           \
+  }

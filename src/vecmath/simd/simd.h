@@ -1,0 +1,5 @@
+// The register layer of the processor generation that is built.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "vecmath/simd/avx.h"
