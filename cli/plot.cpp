@@ -36,7 +36,7 @@ void check_plot_name(const std::string& file) {
 void draw_plot(const std::string& file, const std::string& x_label, const std::vector<PlotSeries>& series) {
   std::string script = ends_with(file, ".svg") ? "set terminal svg size 800,500 background 'white'\n"
                                                : "set terminal png size 800,500\n";
-  script += "set output " + quoted(file) + "\nset key outside top noenhanced\nset grid\n";
+  script += "set output " + quoted(file) + "\nset key top left noenhanced\nset grid\n";
   script += "set xlabel " + quoted(x_label) + " noenhanced\n";
   std::string plots;
   for (size_t k = 0; k < series.size(); ++k) {
