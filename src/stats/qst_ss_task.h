@@ -51,7 +51,8 @@ struct QstSSTask {
   void (*cleanupList[1])(QstSSTask* task);
 
   void *sortedObservations, *sortedObservationsStorage;
-  void* savedMean;  // owned: p means kept by Basic between calls of the given-mean method
+  void* savedMean;         // owned: p means kept by Basic between calls of the given-mean method
+  int64_t savedMeanCount;  // p at that time: the caller may edit the dimension
 };
 
 namespace qlx::stats {
