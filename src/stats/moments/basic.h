@@ -141,12 +141,16 @@ class Basic {
       if (wants(kForms[v].sum_bit)) sum_out_[v] = sum;
       if (!state) continue;
       const bool needs_moment = wants(kForms[v].moment_bit) || (needed >> v & 1) != 0;
-      if (needs_moment || (!wants(kForms[v].sum_bit) && moment != nullptr)) {
+      const bool needs_sum = wants(kForms[v].sum_bit);
+      // Vectors hold raw values as means and central ones as sums: that form carries the state with less rounding.
+      const bool moment_carries = v <= kRaw4 ? needs_moment || !needs_sum : !needs_sum;
+      if (moment_carries && moment != nullptr) {
         state_[v] = {moment, false};
         moment_out_[v] = moment;
       } else {
         state_[v] = {sum, true};
         sum_out_[v] = sum;
+        if (needs_moment) moment_out_[v] = moment;
       }
     }
     // The given mean is an input.
