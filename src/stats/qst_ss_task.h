@@ -51,8 +51,9 @@ struct QstSSTask {
   void (*cleanupList[1])(QstSSTask* task);
 
   void *sortedObservations, *sortedObservationsStorage;
-  void* savedMean;         // owned: p means kept by Basic between calls of the given-mean method
-  int64_t savedMeanCount;  // p at that time: the caller may edit the dimension
+  void* savedMean;  // owned: p means kept by Basic between calls of the given-mean method
+  // p when these were allocated: the caller may edit the dimension, or let it go before the task is deleted.
+  int32_t savedMeanCount, streamStateCount;
 };
 
 namespace qlx::stats {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstring>
 
+#include "stats/extremes.h"
 #include "stats/order/sort.h"
 #include "stats/qst_ss_task.h"
 #include "stats/scratch.h"
@@ -98,12 +99,13 @@ T select_between(T* a, int64_t n, const T* orders, int64_t done, int64_t k) {
   return a[k];
 }
 
-// Brings the smallest of a[k..n) to a[k].
+// Brings the smallest of a[k..end) to a[k].
 template <class T>
-void bring_smallest(T* a, int64_t k, int64_t n) {
+void bring_smallest(T* a, int64_t k, int64_t end) {
+  T smallest = a[k], unused = smallest;
+  extremes_of_row<T, true, false>(a + k, end - k, &smallest, &unused);
   int64_t place = k;
-  for (int64_t j = k + 1; j < n; ++j) place = a[j] < a[place] ? j : place;
-  const T smallest = a[place];
+  while (place + 1 < end && a[place] != smallest) ++place;
   a[place] = a[k];
   a[k] = smallest;
 }
