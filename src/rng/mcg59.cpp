@@ -129,7 +129,7 @@ int32_t __qstiBRngMCG59(QstStream* stream, int32_t n, uint32_t* r) {
   for (int32_t m; n > 0; n -= m, r += 2 * m) {
     m = n < Mcg59::kBlock ? n : Mcg59::kBlock;
     generator.fill(block, m);
-    for (uint64_t& word : block) word &= kMask59;
+    for (int32_t i = 0; i < m; ++i) block[i] &= kMask59;
     std::memcpy(r, block, static_cast<size_t>(m) * sizeof(uint64_t));
   }
   return QST_STATUS_OK;
