@@ -16,4 +16,6 @@ bool has_vector_aes() {
 }  // namespace
 
 // The built-in also asks whether the system saves the 512-bit registers.
-int qlx_serv_cpuisicx() { return __builtin_cpu_supports("avx512f") && has_vector_aes() ? 1 : 0; }
+int qlx_serv_cpuisicx() {
+  return __builtin_cpu_supports("avx512f") && has_vector_aes() ? 1 : 0;
+}

@@ -67,14 +67,14 @@ enum {
 #define QST_SS_CROSS_PRODUCT UINT64_C(0x100000000)
 
 /* Method word. */
-#define QST_SS_METHOD_FAST UINT64_C(0x1)                  /* raw sums; central values afterwards from raw ones */
-#define QST_SS_METHOD_1PASS UINT64_C(0x2)                 /* running means and central sums, stable */
-#define QST_SS_METHOD_STREAM_QUANTILES UINT64_C(0x40)     /* take the data in and answer */
-#define QST_SS_METHOD_STREAM_TAKE_IN UINT64_C(0x80)       /* take the data in */
-#define QST_SS_METHOD_FAST_GIVEN_MEAN UINT64_C(0x100)     /* sums of deviations from the mean given in `mean` */
-#define QST_SS_METHOD_CROSS_PRODUCT_DONE UINT64_C(0x200)  /* no sweep: matrices from a finished cross-product */
-#define QST_SS_METHOD_SUMS_DONE UINT64_C(0x400)           /* no sweep: moments from finished sums */
-#define QST_SS_METHOD_SORT UINT64_C(0x100000)             /* the one method of the dataset sort */
+#define QST_SS_METHOD_FAST UINT64_C(0x1)                 /* raw sums; central values afterwards from raw ones */
+#define QST_SS_METHOD_1PASS UINT64_C(0x2)                /* running means and central sums, stable */
+#define QST_SS_METHOD_STREAM_QUANTILES UINT64_C(0x40)    /* take the data in and answer */
+#define QST_SS_METHOD_STREAM_TAKE_IN UINT64_C(0x80)      /* take the data in */
+#define QST_SS_METHOD_FAST_GIVEN_MEAN UINT64_C(0x100)    /* sums of deviations from the mean given in `mean` */
+#define QST_SS_METHOD_CROSS_PRODUCT_DONE UINT64_C(0x200) /* no sweep: matrices from a finished cross-product */
+#define QST_SS_METHOD_SUMS_DONE UINT64_C(0x400)          /* no sweep: moments from finished sums */
+#define QST_SS_METHOD_SORT UINT64_C(0x100000)            /* the one method of the dataset sort */
 
 /* Codes of the general editors: the real arrays. */
 enum {
@@ -249,11 +249,11 @@ typedef struct QstSSTask QstSSTask;
 
 /* Frees the task and what it owns, never the caller's arrays, and stores null behind `task`. The pointer behind `task`
    must be a task. Statuses: -4031 for a null address. */
-QLX_API int32_t __qstSSDeleteTask(QstSSTask **task);
+QLX_API int32_t __qstSSDeleteTask(QstSSTask** task);
 
 /* Registers integer `value` under one of the integer codes. Statuses in the order checked: -4031 task null, -3 code
    outside 1..79 or not an integer's, the member's own status when value is null. */
-QLX_API int32_t __qstiSSEditTask(QstSSTask *task, int64_t code, const void *value);
+QLX_API int32_t __qstiSSEditTask(QstSSTask* task, int64_t code, const void* value);
 
 #define QLX_QST_SS_DECLARE_TASK(P, T)                                                                                  \
   /* Makes a task and stores its address behind `task`. p, n and xStorage are addresses of integers, x is the dataset, \
@@ -261,45 +261,45 @@ QLX_API int32_t __qstiSSEditTask(QstSSTask *task, int64_t code, const void *valu
      made without data (x null); then n and xStorage are stored unread. Statuses in the order checked: -4001 p null or \
      not positive; unless x is null: -4044 xStorage null, -4003 neither 0x10000 nor 0x20000, -4002 n null or not       \
      positive; -4000 no memory (null is stored behind `task`). */                                                      \
-  QLX_API int32_t __qst##P##SSNewTask(QstSSTask **task, const void *p, const void *n, const void *xStorage,            \
-                                      const T *x, const T *weights, const void *indices, int32_t wideIntegers);        \
+  QLX_API int32_t __qst##P##SSNewTask(QstSSTask** task, const void* p, const void* n, const void* xStorage,            \
+                                      const T* x, const T* weights, const void* indices, int32_t wideIntegers);        \
   /* Registers real array `value` under one of the real codes; result arrays are written by the compute entries.       \
      Statuses in the order checked: -4031 task null, -3 code outside 3..78 or not a real's, the member's own status    \
      when value is null. */                                                                                            \
-  QLX_API int32_t __qst##P##SSEditTask(QstSSTask *task, int64_t code, const T *value);                                 \
+  QLX_API int32_t __qst##P##SSEditTask(QstSSTask* task, int64_t code, const T* value);                                 \
   /* The special editors register several addresses at once; a null leaves its member as it was. Status: -4031 task    \
      null. */                                                                                                          \
-  QLX_API int32_t __qst##P##SSEditMoments(QstSSTask *task, T *mean, T *rawMoment2, T *rawMoment3, T *rawMoment4,       \
-                                          T *centralMoment2, T *centralMoment3, T *centralMoment4);                    \
-  QLX_API int32_t __qst##P##SSEditSums(QstSSTask *task, T *sum, T *rawSum2, T *rawSum3, T *rawSum4, T *centralSum2,    \
-                                       T *centralSum3, T *centralSum4);                                                \
-  QLX_API int32_t __qst##P##SSEditCovCor(QstSSTask *task, T *mean, T *covariance, const void *covarianceStorage,       \
-                                         T *correlation, const void *correlationStorage);                              \
-  QLX_API int32_t __qst##P##SSEditCP(QstSSTask *task, T *mean, T *sum, T *crossProduct,                                \
-                                     const void *crossProductStorage);                                                 \
+  QLX_API int32_t __qst##P##SSEditMoments(QstSSTask* task, T* mean, T* rawMoment2, T* rawMoment3, T* rawMoment4,       \
+                                          T* centralMoment2, T* centralMoment3, T* centralMoment4);                    \
+  QLX_API int32_t __qst##P##SSEditSums(QstSSTask* task, T* sum, T* rawSum2, T* rawSum3, T* rawSum4, T* centralSum2,    \
+                                       T* centralSum3, T* centralSum4);                                                \
+  QLX_API int32_t __qst##P##SSEditCovCor(QstSSTask* task, T* mean, T* covariance, const void* covarianceStorage,       \
+                                         T* correlation, const void* correlationStorage);                              \
+  QLX_API int32_t __qst##P##SSEditCP(QstSSTask* task, T* mean, T* sum, T* crossProduct,                                \
+                                     const void* crossProductStorage);                                                 \
   QLX_API int32_t __qst##P##SSEditPartialCovCor(                                                                       \
-      QstSSTask *task, const void *partialIndices, const T *covariance, const void *covarianceStorage,                 \
-      const T *correlation, const void *correlationStorage, T *partialCovariance,                                      \
-      const void *partialCovarianceStorage, T *partialCorrelation, const void *partialCorrelationStorage);             \
-  QLX_API int32_t __qst##P##SSEditQuantiles(QstSSTask *task, const void *quantileOrderCount, const T *quantileOrders,  \
-                                            T *quantiles, T *orderStatistics, const void *orderStatisticsStorage);     \
-  QLX_API int32_t __qst##P##SSEditStreamQuantiles(QstSSTask *task, const void *streamQuantileOrderCount,               \
-                                                  const T *streamQuantileOrders, T *streamQuantiles,                   \
-                                                  const void *streamParamCount, const T *streamParams);                \
-  QLX_API int32_t __qst##P##SSEditPooledCovariance(QstSSTask *task, const void *groupIndices, T *pooledMean,           \
-                                                   T *pooledCovariance, const void *groupCovIndices, T *groupMean,     \
-                                                   T *groupCovariance);                                                \
-  QLX_API int32_t __qst##P##SSEditRCov(QstSSTask *task, const void *robustCovarianceStorage,                           \
-                                       const void *robustParamCount, const T *robustParams, T *robustMean,             \
-                                       T *robustCovariance);                                                           \
-  QLX_API int32_t __qst##P##SSEditOutDetect(QstSSTask *task, const void *outlierParamCount, const T *outlierParams,    \
-                                            T *outlierWeights);                                                        \
+      QstSSTask* task, const void* partialIndices, const T* covariance, const void* covarianceStorage,                 \
+      const T* correlation, const void* correlationStorage, T* partialCovariance,                                      \
+      const void* partialCovarianceStorage, T* partialCorrelation, const void* partialCorrelationStorage);             \
+  QLX_API int32_t __qst##P##SSEditQuantiles(QstSSTask* task, const void* quantileOrderCount, const T* quantileOrders,  \
+                                            T* quantiles, T* orderStatistics, const void* orderStatisticsStorage);     \
+  QLX_API int32_t __qst##P##SSEditStreamQuantiles(QstSSTask* task, const void* streamQuantileOrderCount,               \
+                                                  const T* streamQuantileOrders, T* streamQuantiles,                   \
+                                                  const void* streamParamCount, const T* streamParams);                \
+  QLX_API int32_t __qst##P##SSEditPooledCovariance(QstSSTask* task, const void* groupIndices, T* pooledMean,           \
+                                                   T* pooledCovariance, const void* groupCovIndices, T* groupMean,     \
+                                                   T* groupCovariance);                                                \
+  QLX_API int32_t __qst##P##SSEditRCov(QstSSTask* task, const void* robustCovarianceStorage,                           \
+                                       const void* robustParamCount, const T* robustParams, T* robustMean,             \
+                                       T* robustCovariance);                                                           \
+  QLX_API int32_t __qst##P##SSEditOutDetect(QstSSTask* task, const void* outlierParamCount, const T* outlierParams,    \
+                                            T* outlierWeights);                                                        \
   QLX_API int32_t __qst##P##SSEditMissingVals(                                                                         \
-      QstSSTask *task, const void *missingParamCount, const T *missingParams, const void *missingInitCount,            \
-      const T *missingInit, const void *missingPriorCount, const T *missingPrior, const void *missingSimulationCount,  \
-      T *missingSimulation, const void *missingEstimateCount, T *missingEstimates);                                    \
-  QLX_API int32_t __qst##P##SSEditMtxParametrz(QstSSTask *task, const T *correlation, const void *correlationStorage,  \
-                                               T *paramCorrelation, const void *paramCorrelationStorage);
+      QstSSTask* task, const void* missingParamCount, const T* missingParams, const void* missingInitCount,            \
+      const T* missingInit, const void* missingPriorCount, const T* missingPrior, const void* missingSimulationCount,  \
+      T* missingSimulation, const void* missingEstimateCount, T* missingEstimates);                                    \
+  QLX_API int32_t __qst##P##SSEditMtxParametrz(QstSSTask* task, const T* correlation, const void* correlationStorage,  \
+                                               T* paramCorrelation, const void* paramCorrelationStorage);
 
 QLX_QST_SS_DECLARE_TASK(d, double)
 QLX_QST_SS_DECLARE_TASK(s, float)
@@ -329,14 +329,14 @@ QLX_QST_SS_DECLARE_TASK(s, float)
      correlation, kurtosis, skewness, variation, sum, raw sums, central sums, cross-product: its status; with a sweep: \
      -4002 n, -4032 dataset, -4044 and -4003 its storage; without: -4020 accumWeight null where n alone does not say   \
      the weights. -4000 from any point when scratch can't be had. */                                                   \
-  QLX_API int32_t _qst##P##SSBasic(QstSSTask *task, uint64_t estimateMask, uint64_t method,                            \
-                                   const QlxThreadTable *threadTable);                                                 \
+  QLX_API int32_t _qst##P##SSBasic(QstSSTask* task, uint64_t estimateMask, uint64_t method,                            \
+                                   const QlxThreadTable* threadTable);                                                 \
   /* Extremes: minimum = min(minimum, x), maximum = max(maximum, x); both arrays hold starting values on entry. A NaN  \
      observation never replaces a value and a NaN in the array stays. Method: 0x1 or 0x2. Statuses in the order        \
      checked: -4031 task null, -4003 dataset storage, -4015 minimum null, -4016 maximum null, -4029 method, -4002 n    \
      null or not positive, -4032 dataset null, -4000 memory. */                                                        \
-  QLX_API int32_t _qst##P##SSMinmax(QstSSTask *task, uint64_t estimateMask, uint64_t method,                           \
-                                    const QlxThreadTable *threadTable);                                                \
+  QLX_API int32_t _qst##P##SSMinmax(QstSSTask* task, uint64_t estimateMask, uint64_t method,                           \
+                                    const QlxThreadTable* threadTable);                                                \
   /* Quantiles by linear interpolation between order statistics (type 7 of R. J. Hyndman and Y. Fan, Sample quantiles  \
      in statistical packages, 1996): h = (n - 1) q, k = floor(h), x_(k) + (h - k) (x_(k+1) - x_(k)) with ranks from 0. \
      `quantiles` holds the orders of a variable together: quantiles[i * count + o]. Order statistics: the sorted p by  \
@@ -344,14 +344,14 @@ QLX_QST_SS_DECLARE_TASK(s, float)
      statistics of their variable meaningless. Statuses in the order checked: -4031 task null; -4003 dataset storage;  \
      -4023, -4021, -4022 quantiles, orders, count or an order outside [0, 1]; -4024, -4044, -4003 order statistics and \
      their storage; -4029 method; -4002 n null or not positive; -4032 dataset null; -4000 memory. */                   \
-  QLX_API int32_t _qst##P##SSQuantiles(QstSSTask *task, uint64_t estimateMask, uint64_t method,                        \
-                                       const QlxThreadTable *threadTable);                                             \
+  QLX_API int32_t _qst##P##SSQuantiles(QstSSTask* task, uint64_t estimateMask, uint64_t method,                        \
+                                       const QlxThreadTable* threadTable);                                             \
   /* Sorts every variable of the dataset upwards into `sortedObservations`, which may be the dataset itself. The mask  \
      is not read. Method: 0x100000. Statuses in the order checked: -4031 task null; -4084 and -4044 output and its     \
      storage null; in place: -4044 storages differ, -4085 indices not null; -4003 a storage word; -4029 method; -4002  \
      n null or not positive; -4032 dataset null; -4000 memory. */                                                      \
-  QLX_API int32_t _qst##P##SSSort(QstSSTask *task, uint64_t estimateMask, uint64_t method,                             \
-                                  const QlxThreadTable *threadTable);                                                  \
+  QLX_API int32_t _qst##P##SSSort(QstSSTask* task, uint64_t estimateMask, uint64_t method,                             \
+                                  const QlxThreadTable* threadTable);                                                  \
   /* Quantiles of data that arrive in blocks, in memory that grows as log^2(epsilon n) / epsilon: the rank of every    \
      answer is within epsilon n of the wanted rank (Q. Zhang and W. Wang, A fast algorithm for approximate quantiles   \
      in high speed data streams, 2007). streamParams[0] is epsilon in (0, 1]. streamQuantiles[i * count + o] as in     \
@@ -362,22 +362,22 @@ QLX_QST_SS_DECLARE_TASK(s, float)
      streamParamCount null, -4066 not 1; -4069 an order outside [0, 1]; -4065 streamParams null; -4029 method; -4067   \
      epsilon; -4000 memory (what was taken in before stays); -4004 no variable is included, or one is that the first   \
      call excluded. */                                                                                                 \
-  QLX_API int32_t _qst##P##SSStreamQuantiles(QstSSTask *task, uint64_t estimateMask, uint64_t method,                  \
-                                             const QlxThreadTable *threadTable);                                       \
+  QLX_API int32_t _qst##P##SSStreamQuantiles(QstSSTask* task, uint64_t estimateMask, uint64_t method,                  \
+                                             const QlxThreadTable* threadTable);                                       \
   /* Sorts a[0..n) upwards in place (quicksort with median of three). */                                               \
-  QLX_API void __qst##P##QSort(int64_t n, T *a);                                                                       \
+  QLX_API void __qst##P##QSort(int64_t n, T* a);                                                                       \
   /* The same over the n elements a[0], a[step], a[2 step], ... */                                                     \
-  QLX_API void __qst##P##QSortStep(int64_t n, T *a, int64_t step);                                                     \
+  QLX_API void __qst##P##QSortStep(int64_t n, T* a, int64_t step);                                                     \
   /* The element of rank k, counted from 0; on return a[k] is that element, none after it is smaller and none before   \
      it larger. */                                                                                                     \
-  QLX_API T __qst##P##QSortSelect(int64_t n, T *a, int64_t k);
+  QLX_API T __qst##P##QSortSelect(int64_t n, T* a, int64_t k);
 
 QLX_QST_SS_DECLARE_ESTIMATORS(d, double)
 QLX_QST_SS_DECLARE_ESTIMATORS(s, float)
 #undef QLX_QST_SS_DECLARE_ESTIMATORS
 
 /* Frees the buffers of the streaming quantiles of a task; deletion of the task calls it. Null buffers are allowed. */
-QLX_API void __qstSQuantilesFreeBuffers(QstSSTask *task);
+QLX_API void __qstSQuantilesFreeBuffers(QstSSTask* task);
 
 QLX_END_C
 

@@ -42,10 +42,10 @@ enum {
   QVM_PRECISION_MASK = 0xF0, /* carried for the caller; no kernel reads it and SetMode keeps it */
 
   QVM_ERRMODE_MASK = 0xFF00,
-  QVM_ERRMODE_IGNORE = 0x100,   /* alone: store the status, do nothing else */
-  QVM_ERRMODE_ERRNO = 0x200,    /* set errno */
-  QVM_ERRMODE_STDERR = 0x400,   /* print to stderr */
-  QVM_ERRMODE_EXCEPT = 0x800,   /* leave the floating-point exception flag set */
+  QVM_ERRMODE_IGNORE = 0x100, /* alone: store the status, do nothing else */
+  QVM_ERRMODE_ERRNO = 0x200,  /* set errno */
+  QVM_ERRMODE_STDERR = 0x400, /* print to stderr */
+  QVM_ERRMODE_EXCEPT = 0x800, /* leave the floating-point exception flag set */
   QVM_ERRMODE_CALLBACK = 0x1000,
   QVM_ERRMODE_NOERR = 0x2000,   /* alone: not even the status is stored */
   QVM_ERRMODE_DEFAULT = 0x1A00, /* errno, exception, callback */
@@ -68,10 +68,10 @@ enum {
   qvm_status_ok = 0,
   qvm_status_bad_size = -1,
   qvm_status_bad_memory = -2,
-  qvm_status_domain = 1,    /* argument outside the function's domain */
-  qvm_status_pole = 2,      /* a finite argument gives an infinite result */
-  qvm_status_overflow = 3,  /* result too large */
-  qvm_status_underflow = 4  /* result denormal or zero */
+  qvm_status_domain = 1,   /* argument outside the function's domain */
+  qvm_status_pole = 2,     /* a finite argument gives an infinite result */
+  qvm_status_overflow = 3, /* result too large */
+  qvm_status_underflow = 4 /* result denormal or zero */
 };
 
 /* What a callback learns of one element. Floats are widened; the imaginary members are set for complex types alone.
@@ -94,31 +94,31 @@ typedef struct QvmElementReport {
 /* Called on the kernel's thread, inside the kernel, with the kernel's floating-point control words in force. A nonzero
    return ends the handling of this element and keeps the kernel's result; 0 goes on, and stores res2 and then res1.
    A callback must not throw, and must not leave by longjmp: the kernel has control words to restore. */
-typedef int32_t (*QvmErrorCallback)(QvmElementReport *report);
+typedef int32_t (*QvmErrorCallback)(QvmElementReport* report);
 
 /* ---- Mode, status and callback of the calling thread ------------------------------------------------------------ */
 /* Each under two names with the same behaviour. A new thread starts from the environment variable QLX_QVM_MODE, a
    comma-separated list such as "QVM_LA,QVM_ERRMODE_STDERR"; when it is absent or has a bad token, from 0x1A02. */
 
-#define QLX_QVM_DECLARE_STATE(PREFIX)                                                                                  \
-  /* The mode word. */                                                                                                 \
-  QLX_API uint32_t PREFIX##GetMode(void);                                                                              \
-  /* Replaces each group of which `mode` has a bit, except the precision group. Returns the mode before. */            \
-  QLX_API uint32_t PREFIX##SetMode(uint32_t mode);                                                                     \
-  /* The last status stored. */                                                                                        \
-  QLX_API int32_t PREFIX##GetErrStatus(void);                                                                          \
-  /* Stores a status, without a report. Returns the one before. */                                                     \
-  QLX_API int32_t PREFIX##SetErrStatus(int32_t status);                                                                \
-  /* Stores 0. Returns the status before. */                                                                           \
-  QLX_API int32_t PREFIX##ClearErrStatus(void);                                                                        \
-  QLX_API QvmErrorCallback PREFIX##GetErrorCallBack(void);                                                             \
-  /* Stores the callback and sets (null: clears) the mode's callback bit; a group is never cleared to 0, so the bit    \
-     stays when it was the only one. Returns the callback before. */                                                   \
-  QLX_API QvmErrorCallback PREFIX##SetErrorCallBack(QvmErrorCallback callback);                                        \
-  QLX_API QvmErrorCallback PREFIX##ClearErrorCallBack(void);                                                           \
-  /* The start of the whole first argument array, of which a kernel gets a slice: reports count indices from it. Null  \
-     for none. Returns `pointer`. */                                                                                   \
-  QLX_API const void *PREFIX##SetInterfInputVectorPointer(const void *pointer);
+#define QLX_QVM_DECLARE_STATE(PREFIX)                                                                                 \
+  /* The mode word. */                                                                                                \
+  QLX_API uint32_t PREFIX##GetMode(void);                                                                             \
+  /* Replaces each group of which `mode` has a bit, except the precision group. Returns the mode before. */           \
+  QLX_API uint32_t PREFIX##SetMode(uint32_t mode);                                                                    \
+  /* The last status stored. */                                                                                       \
+  QLX_API int32_t PREFIX##GetErrStatus(void);                                                                         \
+  /* Stores a status, without a report. Returns the one before. */                                                    \
+  QLX_API int32_t PREFIX##SetErrStatus(int32_t status);                                                               \
+  /* Stores 0. Returns the status before. */                                                                          \
+  QLX_API int32_t PREFIX##ClearErrStatus(void);                                                                       \
+  QLX_API QvmErrorCallback PREFIX##GetErrorCallBack(void);                                                            \
+  /* Stores the callback and sets (null: clears) the mode's callback bit; a group is never cleared to 0, so the bit   \
+     stays when it was the only one. Returns the callback before. */                                                  \
+  QLX_API QvmErrorCallback PREFIX##SetErrorCallBack(QvmErrorCallback callback);                                       \
+  QLX_API QvmErrorCallback PREFIX##ClearErrorCallBack(void);                                                          \
+  /* The start of the whole first argument array, of which a kernel gets a slice: reports count indices from it. Null \
+     for none. Returns `pointer`. */                                                                                  \
+  QLX_API const void* PREFIX##SetInterfInputVectorPointer(const void* pointer);
 
 QLX_QVM_DECLARE_STATE(_qvm)
 QLX_QVM_DECLARE_STATE(qlx_qvm_kernel_)

@@ -19,9 +19,9 @@
 #define QLX_STRING_(x) #x
 #define QLX_STRING(x) QLX_STRING_(x)
 
-// A table, its costs, and its three entry points under four names. An entry point does nothing but call through the
-// table's slot, which compiles to a jump; the plain name and _HA are one function. Form is empty for unit stride, I for
-// the strided form.
+// A table, its costs, and its three entry points under four names. An entry point does nothing but call what the
+// table's slot holds, which compiles to a jump; the plain name and _HA are one function. Form is empty for unit stride,
+// I for the strided form.
 #define QLX_ENTRY(name, slot, t, F, Form, Shape)                                       \
   void name(QLX_P##Form##_##Shape(QLX_TYPE_##t)) {                                     \
     qlx_qvm_kernel_##F##_ttab[slot](QLX_A##Form##_##Shape QLX_MORE_A##Form##_##Shape); \

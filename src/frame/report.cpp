@@ -107,6 +107,24 @@ void copy_name(QvmElementReport& record, const char* name) {
   record.func_name_len = static_cast<int32_t>(length);
 }
 
+// Floats change their width on the way to the record and back; a denormal has to survive that, whatever the kernel's
+// control word says.
+class DenormalsOn {
+ public:
+  DenormalsOn() : saved_(platform::read_sse_control()) {
+    if (saved_ & kFlushing) platform::load_sse_control(saved_ & ~kFlushing);
+  }
+  ~DenormalsOn() {
+    if (saved_ & kFlushing) platform::load_sse_control(saved_);
+  }
+  DenormalsOn(const DenormalsOn&) = delete;
+  DenormalsOn& operator=(const DenormalsOn&) = delete;
+
+ private:
+  static constexpr uint32_t kFlushing = 0x8040;  // flush to zero, denormals are zero
+  const uint32_t saved_;
+};
+
 // Element <-> members of the record.
 template <class Element>
 void widen(const Element& element, double& re, double& im) {
@@ -151,13 +169,16 @@ void report(Status status, int32_t index, View<const Element> arg1, View<const E
   record.code = status;
   record.index = index;
   if (state.interf_input_vector != nullptr) {
-    const std::intptr_t bytes =
-        reinterpret_cast<std::intptr_t>(arg1.base) - reinterpret_cast<std::intptr_t>(state.interf_input_vector);
-    record.index += static_cast<int32_t>(bytes >> kIndexShift);
+    // Unsigned, so that even a pointer that has nothing to do with this array gives a number.
+    const auto bytes = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(arg1.base) -
+                                                  reinterpret_cast<std::uintptr_t>(state.interf_input_vector));
+    const auto elements = static_cast<uint32_t>(bytes >> kIndexShift);
+    record.index = static_cast<int32_t>(static_cast<uint32_t>(index) + elements);
   }
   copy_name(record, name);
   const bool trusted = arrays_are_trusted(status);
   if (trusted) {
+    const DenormalsOn exact;
     widen(arg1[index], record.arg1, record.arg1_im);
     widen(arg2[index], record.arg2, record.arg2_im);
     widen(res1[index], record.res1, record.res1_im);
@@ -168,6 +189,7 @@ void report(Status status, int32_t index, View<const Element> arg1, View<const E
   }
   if (mode & kDispatchBits) dispatch(record, mode);
   if (trusted) {
+    const DenormalsOn exact;
     // res1 last: a function of one result passes one array twice, and res1 is the value that stays.
     narrow(res2[index], record.res2, record.res2_im);
     narrow(res1[index], record.res1, record.res1_im);

@@ -2,8 +2,10 @@
 // shape, unit-stride and strided. X-macros of catalogue.def paste a row's shape to these names.
 // SPDX-License-Identifier: Apache-2.0
 //
-// QLX_P_<shape>(T) parameters, QLX_A_<shape> arguments; with I the strided form. QLX_STRIDED_<shape> tells whether a
-// strided form exists: pack and unpack have none.
+// QLX_P_<shape>(T) parameters, QLX_A_<shape> arguments; with I the strided form. QLX_IF_STRIDED_<shape> keeps its
+// arguments where a strided form exists (pack and unpack have none), QLX_UNIT_STRIDES_<shape> is true when all strides
+// are 1, QLX_MORE_P_<shape> and QLX_MORE_A_<shape> are what the kernel takes beyond the entry point's arguments, and
+// QLX_SLOTS_<sharing> fills a kernel table.
 #pragma once
 
 #define QLX_TYPE_s float

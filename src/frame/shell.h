@@ -41,18 +41,25 @@ struct Marked {
   typename Pack::Mask care;
 };
 
-// Fills the lanes past the end of the arrays: ordinary for every function, so that they need no care.
+// Fills the lanes past the end of unit-stride arrays: ordinary for every function of one argument or two, so that they
+// need no care. A formula with factors of its own, to which no number is ordinary, has kFillWithElement, and gets the
+// first element of the step in its place, so that it raises no flag that the elements don't.
 constexpr double kFiller = 0.75;
+template <class Formula>
+constexpr bool kFillsWithElement = requires {
+  Formula::kFillWithElement;
+};
 
-// ---- Arrays, by how they are walked --------------------------------------------------------------------------------
+// ---- Arrays, by how they are walked
 
 template <class Pack, class Element>
 struct UnitArray {
   using Real = typename Pack::Real;
   Element* base;
   Pack load(int32_t i) const { return simd::load(base + i); }
-  Pack load_first(int32_t i, int count) const {
-    return simd::load_first(base + i, count, simd::all<Pack>(static_cast<Real>(kFiller)));
+  Pack load_first(int32_t i, int count, bool fill_with_element) const {
+    const Real filler = fill_with_element ? base[i] : static_cast<Real>(kFiller);
+    return simd::load_first(base + i, count, simd::all<Pack>(filler));
   }
   void store(int32_t i, Pack x) const { simd::store(base + i, x); }
   View<Element> view() const { return {base, 1}; }
@@ -69,9 +76,10 @@ struct StridedArray {
     if (stride == 0) return simd::all<Pack>(*p);
     return simd::gather(p, stride);
   }
-  Pack load_first(int32_t i, int count) const {
+  // The lanes past the end repeat the first element: they raise no flag that it doesn't.
+  Pack load_first(int32_t i, int count, bool) const {
     alignas(32) Real lanes[Pack::kLanes];
-    simd::store_aligned(lanes, simd::all<Pack>(static_cast<Real>(kFiller)));
+    simd::store_aligned(lanes, simd::all<Pack>(base[i * stride]));
     for (int k = 0; k < count; ++k) lanes[k] = base[(i + k) * stride];
     return simd::load(lanes);
   }
@@ -91,7 +99,7 @@ struct ScalarArgument {
   using Real = typename Pack::Real;
   const Real* value;
   Pack load(int32_t) const { return simd::all<Pack>(*value); }
-  Pack load_first(int32_t, int) const { return simd::all<Pack>(*value); }
+  Pack load_first(int32_t, int, bool) const { return simd::all<Pack>(*value); }
   View<const Real> view() const { return {value, 0}; }
 };
 
@@ -137,7 +145,7 @@ extern template void walk(uint32_t, int32_t, SavedBlock<float>&, const Views<flo
 extern template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<double>&, const Callout<double>&,
                           const char*);
 
-// ---- The run over a vector -----------------------------------------------------------------------------------------
+// ---- The run over a vector
 
 // Formula, its arrays, and the passes over them. B and S are None for functions without a second argument or result.
 template <class Formula, class A, class B, class R, class S>
@@ -176,7 +184,11 @@ class Run {
 
   // Strided: blocks, then element by element.
   [[gnu::always_inline]] void strided(int32_t n) const {
-    for (int32_t i = blocks(0, n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
+    for (int32_t i = blocks(0, n); i < n;) {
+      const int32_t count = n - i < kLanes ? n - i : kLanes;
+      element_pass(i, count);
+      i += count;
+    }
   }
 
  private:
@@ -227,8 +239,8 @@ class Run {
 
   [[gnu::always_inline]] void masked_pass(int32_t i, int count) const {
     Registers<1> x;
-    x.a[0] = a_.load_first(i, count);
-    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
+    x.a[0] = a_.load_first(i, count, kFillsWithElement<Formula>);
+    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count, kFillsWithElement<Formula>);
     compute(x);
     if constexpr (kHasCare) {
       x.care[0] = x.care[0] & simd::first_lanes(x.care[0], count);
@@ -242,8 +254,8 @@ class Run {
   // The lanes are computed together, and mended and stored one after the other, as if each had a pass of its own.
   void element_pass(int32_t i, int count) const {
     Registers<1> x;
-    x.a[0] = a_.load_first(i, count);
-    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
+    x.a[0] = a_.load_first(i, count, kFillsWithElement<Formula>);
+    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count, kFillsWithElement<Formula>);
     compute(x);
     SavedBlock<Real> block;
     save(x, block);
@@ -364,7 +376,7 @@ class Run {
   const char* const name_;
 };
 
-// ---- Kernels by the shape of their arguments -----------------------------------------------------------------------
+// ---- Kernels by the shape of their arguments
 // One overload of run() for each shape, unit-stride and strided. `n` and the pointers are trusted.
 
 template <class F>

@@ -55,6 +55,7 @@ QvmThreadState* create_record() {
   if (state == nullptr) {
     qlx_serv_print(1, kNoMemoryMessage, 0);
     qlx_serv_exit(kNoMemoryExit);
+    __builtin_trap();  // it does not return
   }
   return *state;
 }

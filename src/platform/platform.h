@@ -12,7 +12,9 @@ bool create_thread_slot(void (*on_thread_exit)(void*));
 void destroy_thread_slot();
 bool thread_slot_exists();
 bool set_thread_slot(void* pointer);
-void* thread_slot_of_system();  // thread_slot.h has the quick way
+#ifdef _WIN32
+void* thread_slot_of_system();  // thread_slot.h makes thread_slot() of it
+#endif
 
 // The heap that holds the per-thread records. Destroying it releases every block still in it. heap_free and
 // heap_allocate may run in several threads at once.
@@ -28,8 +30,8 @@ void set_errno(int value);
 // Called before a report is printed to stderr.
 void prepare_stderr();
 
-// Defined by the frame, called by the platform when the library is loaded (false: can't work), when a thread ends, and
-// when it is unloaded while the process goes on.
+// Defined by the frame, called by the platform when the library is loaded (false: it can't work), and when it is
+// unloaded while the process goes on.
 bool on_process_attach();
 void on_process_detach();
 

@@ -1,5 +1,6 @@
 // The entry points of shapes that the catalogue doesn't use yet: a complex scalar passed by value, and three different
 // kernels in the slots.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <string>

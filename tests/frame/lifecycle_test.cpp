@@ -1,5 +1,6 @@
 // The life of the per-thread records: made at first use, freed at thread end and at unloading, and the way out when
 // memory can't be had. The library is loaded by hand, with the core's allocator replaced and counted.
+// SPDX-License-Identifier: Apache-2.0
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

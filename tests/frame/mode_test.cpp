@@ -1,4 +1,5 @@
 // The mode word: from the environment, through SetMode, per thread; status and callback.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -23,7 +24,6 @@ uint32_t mode_of_new_thread(const char* value) {
 }
 
 TEST(Mode, comes_from_the_environment_of_each_new_thread) {
-  const std::string fits(255 - 7, ',');
   const struct {
     const char* value;
     uint32_t mode;
@@ -59,12 +59,13 @@ TEST(Mode, comes_from_the_environment_of_each_new_thread) {
   for (const auto& row : rows) {
     EXPECT_EQ(mode_of_new_thread(row.value), row.mode) << (row.value ? row.value : "(unset)");
   }
-  // 36 tokens fill the buffer of 256 bytes to its last place; one byte more does not fit, and is bad.
-  std::string list = "QVM_EP";
-  while (list.size() + 7 < 252) list += ",QVM_EP";
-  EXPECT_EQ(mode_of_new_thread(list.c_str()), 0x1A03u) << list.size();
-  while (list.size() < 256) list += ",QVM_EP";
-  EXPECT_EQ(mode_of_new_thread(list.c_str()), 0x1A02u) << list.size();
+  // A list of 255 characters fills the buffer of 256 bytes with its end; a longer one is bad.
+  std::string list = "QVM_DEFAULT_PRECISION,QVM_TRAP_INVALID";
+  while (list.size() < 255) list += ",QVM_EP";
+  ASSERT_EQ(list.size(), 255u);
+  EXPECT_EQ(mode_of_new_thread(list.c_str()), 0x1001A03u);
+  EXPECT_EQ(mode_of_new_thread((list + "X").c_str()), 0x1A02u);
+  EXPECT_EQ(mode_of_new_thread((list + ",QVM_EP").c_str()), 0x1A02u);
 }
 
 TEST(Mode, set_mode_merges_each_group_on_its_own) {

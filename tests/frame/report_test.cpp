@@ -1,5 +1,6 @@
 // What a report does, by the mode: status, callback, errno, stderr, floating-point exception; and the control words
 // around a kernel.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cerrno>

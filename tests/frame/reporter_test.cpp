@@ -1,6 +1,7 @@
 // The reporter itself, called as kernels call it, with what no kernel of today passes: complex elements, two results,
 // long names, bad sizes and pointers, numbers that are no status. Built with the frame's sources, since the library
 // exports no reporter.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>

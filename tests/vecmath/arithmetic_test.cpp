@@ -1,4 +1,5 @@
 // Rounding, arithmetic, comparison and remainder kernels against scalar definitions, bit for bit.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -368,6 +369,42 @@ TYPED_TEST(Arithmetic, equals_the_definition_bit_for_bit) {
     }
   }
   EXPECT_EQ(covered, references<Real>().size());  // every reference met its kernel
+}
+
+// A NaN comes out quiet, whichever way it took.
+TYPED_TEST(Arithmetic, quiets_signalling_nans) {
+  using Real = TypeParam;
+  using Bits = BitsOf<Real>;
+  constexpr Bits kQuiet = Bits{1} << (kMantissaBits<Real> - 1);
+  const Bits infinity = std::bit_cast<Bits>(std::numeric_limits<Real>::infinity());
+  const Real signalling = std::bit_cast<Real>(static_cast<Bits>(infinity | 1));
+  for (const Function<Real>& f : all_functions<Real>()) {
+    if (f.name == "Abs" || f.name == "CopySign" || references<Real>().count(f.name) == 0) continue;  // these move bits
+    SCOPED_TRACE(f.full_name);
+    const Real a[2] = {signalling, signalling};
+    Real r[2] = {1, 1}, s[2] = {1, 1};
+    f.unit(1, {2, a, a, r, s});
+    EXPECT_TRUE(std::isnan(r[0]) && (std::bit_cast<Bits>(r[0]) & kQuiet) != 0);
+    EXPECT_TRUE(f.results == 1 || (std::isnan(s[1]) && (std::bit_cast<Bits>(s[1]) & kQuiet) != 0));
+  }
+}
+
+// Remainder works on bits where the operands are denormal, under either denormal mode.
+TYPED_TEST(Arithmetic, remainder_of_denormals_is_exact_when_they_are_flushed) {
+  using Real = TypeParam;
+  const auto unit = [](int k) { return std::bit_cast<Real>(static_cast<BitsOf<Real>>(k)); };
+  const Real a[] = {unit(3), unit(7), unit(2)}, b[] = {unit(4), unit(4), unit(4)};
+  Real r[3];
+  _qvmSetMode(0x280000);
+  if constexpr (sizeof(Real) == 4) {
+    _qvmsRemainder(3, a, b, r);
+  } else {
+    _qvmdRemainder(3, a, b, r);
+  }
+  _qvmSetMode(0x140000);
+  EXPECT_TRUE(same(r[0], -unit(1)));
+  EXPECT_TRUE(same(r[1], -unit(1)));
+  EXPECT_TRUE(same(r[2], unit(2)));
 }
 
 // LinearFrac's other two loops, and its silence.

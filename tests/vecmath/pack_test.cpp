@@ -1,4 +1,5 @@
 // Moves between dense and scattered arrays, for the four types and both selectors.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <cstring>

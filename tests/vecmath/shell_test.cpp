@@ -1,10 +1,12 @@
 // What every kernel has from the shell: no element outside the arrays is touched, lanes are independent, and the
 // strided form equals the unit-stride form.
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -163,22 +165,46 @@ TYPED_TEST(Shell, strided_form_equals_unit_stride_form) {
   });
 }
 
-// Mode and reports don't move a result: the road without error handling gives the same values.
+// Mode and reports don't move a result, with denormals and without: the road without error handling, the report that
+// widens and narrows, and the one that does nothing give the same bits.
 TYPED_TEST(Shell, error_mode_has_no_influence_on_results) {
   using Real = TypeParam;
   this->for_each_kernel([](const Function<Real>& f, int slot) {
     std::vector<Real> a(kLongest), b(kLongest), r(kLongest), s(kLongest);
     fill(a.data(), kLongest, 9);
     fill(b.data(), kLongest, 10);
-    _qvmSetMode(0x100);
-    const Results<Real> expected = one_by_one(f, slot, kLongest, a.data(), b.data());
-    for (const uint32_t mode : {0x2000u, 0x1A00u}) {
-      _qvmSetMode(mode);
-      f.unit(slot, {kLongest, a.data(), b.data(), r.data(), s.data()});
-      EXPECT_TRUE(same_bits(r.data(), expected.r.data(), kLongest)) << mode;
+    for (const uint32_t denormals : {0x280000u, 0x140000u}) {
+      _qvmSetMode(0x100 | denormals);
+      const Results<Real> expected = one_by_one(f, slot, kLongest, a.data(), b.data());
+      for (const uint32_t mode : {0x2000u, 0x1A00u, 0x200u}) {
+        _qvmSetMode(mode);
+        f.unit(slot, {kLongest, a.data(), b.data(), r.data(), s.data()});
+        EXPECT_TRUE(same_bits(r.data(), expected.r.data(), kLongest)) << mode << " " << denormals;
+        EXPECT_TRUE(f.results == 1 || same_bits(s.data(), expected.s.data(), kLongest)) << mode << " " << denormals;
+      }
     }
     _qvmSetMode(0x100);
   });
+}
+
+// A count next to the largest, at a stride of 0, ends where it should.
+TEST(LongestVector, strided_count_does_not_run_over) {
+  const float a = -2;
+  float r = 0;
+  _qvmsAbsI(INT32_MAX, &a, 0, &r, 0);
+  EXPECT_EQ(r, 2);
+}
+
+// Lanes past the end raise no flag of their own.
+TEST(Flags, come_from_the_elements_alone) {
+  const double a[] = {1, 9, 1}, b[] = {2, 9, 2};
+  double r[3];
+  std::feclearexcept(FE_ALL_EXCEPT);
+  _qvmdLinearFrac(1, a, b, 1, 0, 1, -0.75, r);  // 0.75 would be a pole
+  EXPECT_FALSE(std::fetestexcept(FE_DIVBYZERO));
+  std::feclearexcept(FE_ALL_EXCEPT);
+  _qvmdInvI(2, b, 2, r, 2);
+  EXPECT_FALSE(std::fetestexcept(FE_INEXACT));
 }
 
 }  // namespace

@@ -59,10 +59,6 @@ bool set_thread_slot(void* pointer) {
   return true;
 }
 
-void* thread_slot_of_system() {
-  return current_slot;
-}
-
 bool create_heap(std::size_t) {
   return heap_created = true;
 }

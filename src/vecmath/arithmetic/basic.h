@@ -1,9 +1,9 @@
 // The four operations and their kin: Add, Sub, Mul, Sqr, Div, Inv, Abs, CopySign, LinearFrac.
 // SPDX-License-Identifier: Apache-2.0
 //
-// Each is the processor's operation, correctly rounded. Add, Sub, Mul, Sqr, Abs, CopySign and LinearFrac serve every
-// lane and report nothing: an overflow is infinite in silence, with only the flags to show it. Div and Inv mark the
-// lanes of a zero divisor, and report them as a pole, 0/0 too.
+// Add, Sub, Mul, Sqr, Div and Inv are the processor's operations, correctly rounded; Abs and CopySign move bits. Add,
+// Sub, Mul, Sqr, Abs, CopySign and LinearFrac serve every lane and report nothing: an overflow is infinite in silence,
+// with only the flags to show it. Div and Inv mark the lanes of a zero divisor, and report them as a pole, 0/0 too.
 #pragma once
 
 #include "frame/shell.h"
@@ -90,6 +90,7 @@ struct Inv {
 template <class P>
 struct LinearFracFull {
   using Pack = P;
+  static constexpr bool kFillWithElement = true;
   static constexpr int kBlock = 8;
   Pack scalea, shifta, scaleb, shiftb;
   Pack formula(Pack a, Pack b) const { return (scalea * a + shifta) / (scaleb * b + shiftb); }
@@ -97,6 +98,7 @@ struct LinearFracFull {
 template <class P>
 struct LinearFracOfB {
   using Pack = P;
+  static constexpr bool kFillWithElement = true;
   static constexpr int kBlock = 8;
   Pack shifta, scaleb, shiftb;
   Pack formula(Pack b) const { return shifta / (scaleb * b + shiftb); }
@@ -105,6 +107,7 @@ struct LinearFracOfB {
 template <class P>
 struct LinearFracOfA {
   using Pack = P;
+  static constexpr bool kFillWithElement = true;
   static constexpr int kBlock = 16;
   Pack scalea, shifta, reciprocal;
   Pack formula(Pack a) const { return (scalea * a + shifta) * reciprocal; }

@@ -12,10 +12,10 @@
 
 namespace qlx::arithmetic {
 
-// A lane with a NaN: the other argument, times 1, which quiets it when both are NaNs.
+// A lane with a NaN: the other argument, quieted when it is one too.
 template <class Real>
 Status number_of(const Real* a, const Real* b, Real* r) {
-  *r = (*b != *b ? *a : *b) * Real{1};
+  *r = simd::times_one(*b != *b ? *a : *b);
   return kOk;
 }
 
@@ -64,7 +64,7 @@ struct Fdim {
   typename P::Mask needs_care(Pack a, Pack b) const { return simd::not_finite(a) | simd::not_finite(b); }
   static Status callout(const Real* a, const Real* b, Real* r) {
     if (*a != *a || *b != *b) {
-      *r = (*a != *a ? *a : *b) * Real{1};
+      *r = simd::times_one(*a != *a ? *a : *b);
     } else {
       *r = *a > *b ? *a - *b : Real{0};
     }

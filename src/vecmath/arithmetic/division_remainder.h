@@ -43,68 +43,60 @@ struct RemainderConstants<double> {
   static constexpr uint64_t kLargestBOfRemainder = 0x7E5FFFFFFFFFFFFF;
 };
 
-// The remainder of |a| / |b| for finite a and b, b not zero, as significand and the exponent field of its unit.
+// A magnitude as significand m and the exponent field e of its unit: m 2^(e - bias - kMantissaBits). Denormals keep
+// their leading zeros and the least exponent. All in integers, so the control word's denormal handling has no say.
 template <class Real>
-struct LongDivision {
+struct Significand {
   using F = simd::Ieee<Real>;
-  typename F::Bits remainder;  // below `divisor`
-  typename F::Bits divisor;
-  int exponent;       // of both: value = significand 2^(exponent - bias - kMantissaBits)
-  bool quotient_odd;  // the truncated quotient's last bit
+  using Bits = typename F::Bits;
+  Bits m;
+  int e;
 
-  // Requires |a| >= |b|.
-  LongDivision(Real a, Real b) {
-    int ea, eb;
-    uint64_t m = significand(a, ea);
-    const uint64_t mb = significand(b, eb);
-    // As many quotient bits at a time as fit beside the divisor in 64 bits.
-    constexpr int kStep = 63 - F::kMantissaBits;
-    int bits = ea - eb;
-    uint64_t quotient = m / mb;
-    m %= mb;
-    while (bits > 0 && m != 0) {
-      const int step = bits < kStep ? bits : kStep;
-      m <<= step;
-      quotient = m / mb;
-      m %= mb;
-      bits -= step;
-    }
-    remainder = static_cast<typename F::Bits>(m);
-    divisor = static_cast<typename F::Bits>(mb);
-    exponent = eb;
-    // A zero remainder that came early leaves only zero quotient bits to follow.
-    quotient_odd = bits > 0 ? false : (quotient & 1) != 0;
+  static Significand of(Real x) {
+    const Bits bits = F::magnitude(x);
+    const int e = static_cast<int>(bits >> F::kMantissaBits);
+    if (e == 0) return {bits, 1};
+    return {(bits & F::kMantissa) | F::kImplicitBit, e};
   }
 
-  // m 2^(exponent - ...) as a number: exact, since m has no more bits than a significand.
-  Real value(typename F::Bits m) const {
-    if (m == 0) return 0;
-    int e = exponent;
-    while (e > 1 && m < F::kImplicitBit) {
-      m <<= 1;
-      --e;
+  // The number; exact for m below twice kImplicitBit.
+  Real value() const {
+    Bits n = m;
+    int field = e;
+    if (n == 0) return 0;
+    while (field > 1 && n < F::kImplicitBit) {
+      n <<= 1;
+      --field;
     }
-    return std::bit_cast<Real>(static_cast<typename F::Bits>(
-        m < F::kImplicitBit ? m : (m - F::kImplicitBit) + (static_cast<typename F::Bits>(e) << F::kMantissaBits)));
-  }
-
- private:
-  // Denormals keep their leading zeros and the least exponent.
-  static uint64_t significand(Real x, int& exponent) {
-    const typename F::Bits bits = F::magnitude(x);
-    exponent = static_cast<int>(bits >> F::kMantissaBits);
-    if (exponent == 0) {
-      exponent = 1;
-      return bits;
-    }
-    return (bits & F::kMantissa) | F::kImplicitBit;
+    if (n < F::kImplicitBit) return std::bit_cast<Real>(n);
+    return std::bit_cast<Real>((n - F::kImplicitBit) + (static_cast<Bits>(field) << F::kMantissaBits));
   }
 };
 
-template <class P>
-struct QuotientAndRemainder {
-  P quotient;
-  P remainder;  // of the magnitudes
+// Long division of the magnitudes, |a| >= |b| > 0, both finite.
+template <class Real>
+struct LongDivision {
+  using F = simd::Ieee<Real>;
+  Significand<Real> remainder, divisor;  // with the same exponent
+  bool quotient_odd;                     // the truncated quotient's last bit
+
+  LongDivision(Real a, Real b) : remainder(Significand<Real>::of(a)), divisor(Significand<Real>::of(b)) {
+    // As many quotient bits at a time as fit beside the divisor in 64 bits.
+    constexpr int kStep = 63 - F::kMantissaBits;
+    const uint64_t d = divisor.m;
+    int bits = remainder.e - divisor.e;
+    uint64_t quotient = remainder.m / d, m = remainder.m % d;
+    while (bits > 0 && m != 0) {
+      const int step = bits < kStep ? bits : kStep;
+      m <<= step;
+      quotient = m / d;
+      m %= d;
+      bits -= step;
+    }
+    remainder = {static_cast<typename F::Bits>(m), divisor.e};
+    // A zero remainder that came early leaves only zero quotient bits to follow.
+    quotient_odd = bits <= 0 && (quotient & 1) != 0;
+  }
 };
 
 // |a| - q |b|, exact for q up to kLargestQuotient.
@@ -159,7 +151,7 @@ struct Fmod {
       *r = with_sign_of_a(0);
     } else {
       const LongDivision<Real> division(a, b);
-      *r = with_sign_of_a(division.value(division.remainder));
+      *r = with_sign_of_a(division.remainder.value());
     }
     return kOk;
   }
@@ -197,14 +189,15 @@ struct Remainder {
     } else if (F::is_infinite(b)) {
       *r = a;
     } else if (ma < mb) {
-      // The quotient is 0 or 1. |b| - |a| is exact where it is taken, for |a| above |b| / 2 (Sterbenz).
-      const Real x = std::bit_cast<Real>(ma), y = std::bit_cast<Real>(mb);
-      *r = x > y - x ? with_sign_of_a(-(y - x)) : a;
+      // The quotient is 0 or 1, and 0 when the exponents tell that |a| is below |b| / 2.
+      const auto x = Significand<Real>::of(a), y = Significand<Real>::of(b);
+      const auto d = y.e - x.e > 1 ? 0 : y.m << (y.e - x.e);
+      *r = 2 * x.m > d && d != 0 ? with_sign_of_a(-Significand<Real>{d - x.m, x.e}.value()) : a;
     } else {
       const LongDivision<Real> division(a, b);
-      const auto m = division.remainder, d = division.divisor;
+      const auto m = division.remainder.m, d = division.divisor.m;
       const bool up = 2 * m > d || (2 * m == d && division.quotient_odd);
-      *r = with_sign_of_a(up ? -division.value(d - m) : division.value(m));
+      *r = with_sign_of_a(up ? -Significand<Real>{d - m, division.divisor.e}.value() : division.remainder.value());
     }
     return kOk;
   }
