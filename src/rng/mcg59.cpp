@@ -17,7 +17,8 @@ constexpr uint64_t kMultiplier = 302875106592253;  // 13^13
 
 // ---- Recurrence and mapping ----
 
-class Mcg59 : public BlockOf<uint64_t> {
+// The block is short, so that the end of its multiplications and the start of its mapping overlap.
+class Mcg59 : public BlockOf<uint64_t, 128> {
  public:
   // r = a + (low * f + high * (2^32 f)), f = (b - a) 2^-59, low the lower 32 bits and high the upper 27.
   class Mapping {
@@ -29,17 +30,19 @@ class Mcg59 : public BlockOf<uint64_t> {
       const __m256d a = _mm256_set1_pd(a_), factor = _mm256_set1_pd(factor_);
       const __m256 upper52 = _mm256_castpd_ps(_mm256_set1_pd(kTwo52)),
                    upper84 = _mm256_castpd_ps(_mm256_set1_pd(kTwo84));
+      const __m256 upper_bits = _mm256_castsi256_ps(_mm256_set1_epi32(kMask59 >> 32));
       int32_t i = 0;
       for (; i + 4 <= n; i += 4) {
         const __m256 words = _mm256_loadu_ps(reinterpret_cast<const float*>(x + i));
         // Halves of a word behind the leading half of 2^52 and of 2^84; 2^84 leaves high * 2^32, still exact.
         const __m256d low = _mm256_castps_pd(_mm256_blend_ps(words, upper52, 0xAA));
-        const __m256d high = _mm256_castps_pd(_mm256_blend_ps(_mm256_movehdup_ps(words), upper84, 0xAA));
+        const __m256 halves = _mm256_and_ps(_mm256_movehdup_ps(words), upper_bits);
+        const __m256d high = _mm256_castps_pd(_mm256_blend_ps(halves, upper84, 0xAA));
         store(r + i, a + ((low - _mm256_set1_pd(kTwo52)) * factor + (high - _mm256_set1_pd(kTwo84)) * factor));
       }
       for (; i < n; ++i) {
         const double low = static_cast<double>(static_cast<uint32_t>(x[i]));
-        const double high = static_cast<double>(static_cast<uint32_t>(x[i] >> 32)) * 0x1p32;
+        const double high = static_cast<double>(static_cast<uint32_t>((x[i] & kMask59) >> 32)) * 0x1p32;
         r[i] = static_cast<Real>(a_ + (low * factor_ + high * factor_));
       }
     }
@@ -48,33 +51,35 @@ class Mcg59 : public BlockOf<uint64_t> {
     double a_, factor_;
   };
 
-  Mcg59(QstStream* stream, int32_t) : state_(state_of<State>(stream)) {}
+  Mcg59(QstStream* stream, int32_t)
+      : state_(state_of<State>(stream)), a_(state_.a), a2_(a_ * a_), a3_(a2_ * a_), a4_(a2_ * a2_) {}
 
-  // Four values side by side, by the multiplier's fourth power. Lanes are kept modulo 2^64, which 2^59 divides, and cut
-  // as they are stored.
+  // Four values side by side, by the multiplier's fourth power. Words are kept modulo 2^64, which 2^59 divides, and are
+  // cut by who takes them.
   void fill(uint64_t* out, int32_t m) {
-    const uint64_t a = state_.a, a2 = a * a, a4 = a2 * a2;
-    uint64_t x0 = state_.x, x1 = x0 * a, x2 = x0 * a2, x3 = x1 * a2;
+    const uint64_t a4 = a4_;
+    uint64_t x0 = state_.x, x1 = x0 * a_, x2 = x0 * a2_, x3 = x0 * a3_;
     int32_t i = 0;
     for (; i + 4 <= m; i += 4) {
-      out[i] = x0 & kMask59;
-      out[i + 1] = x1 & kMask59;
-      out[i + 2] = x2 & kMask59;
-      out[i + 3] = x3 & kMask59;
+      out[i] = x0;
+      out[i + 1] = x1;
+      out[i + 2] = x2;
+      out[i + 3] = x3;
       x0 *= a4;
       x1 *= a4;
       x2 *= a4;
       x3 *= a4;
     }
     for (; i < m; ++i) {
-      out[i] = x0 & kMask59;
-      x0 *= a;
+      out[i] = x0;
+      x0 *= a_;
     }
     state_.x = x0 & kMask59;
   }
 
  private:
   State& state_;
+  uint64_t a_, a2_, a3_, a4_;
 };
 
 // ---- Seeding and moves ----
@@ -119,11 +124,12 @@ int32_t __qstdBRngMCG59(QstStream* stream, int32_t n, double* r, double a, doubl
 
 // The caller's words are 32 bits wide and need not be aligned to 64.
 int32_t __qstiBRngMCG59(QstStream* stream, int32_t n, uint32_t* r) {
-  uint64_t block[kBlockElements];
+  uint64_t block[Mcg59::kBlock];
   Mcg59 generator(stream, n);
   for (int32_t m; n > 0; n -= m, r += 2 * m) {
-    m = n < kBlockElements ? n : kBlockElements;
+    m = n < Mcg59::kBlock ? n : Mcg59::kBlock;
     generator.fill(block, m);
+    for (int32_t i = 0; i < m; ++i) block[i] &= kMask59;
     std::memcpy(r, block, static_cast<size_t>(m) * sizeof(uint64_t));
   }
   return QST_STATUS_OK;

@@ -5,6 +5,7 @@
 #include <cfloat>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "qlx/qst.h"
 
@@ -102,7 +103,9 @@ inline Generator generator_of(const QstStream* stream) {
 
 // Count of 64 bits behind the params of methods 2 and 3; they are words of 32 bits to the caller's compiler.
 inline uint64_t count_at(const uint32_t* params, int32_t word = 0) {
-  return static_cast<uint64_t>(params[2 * word]) | static_cast<uint64_t>(params[2 * word + 1]) << 32;
+  uint64_t count;
+  std::memcpy(&count, params + 2 * word, sizeof count);
+  return count;
 }
 
 }  // namespace qlx::rng
