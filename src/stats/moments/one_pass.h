@@ -177,6 +177,7 @@ template <class T, int Order, bool Columns, bool Matrix>
 __attribute__((noinline, flatten)) void take_block(const KernelRange<T>& r, const StepFactors<T>& factors,
                                                    int64_t block, int64_t count) {
   T *const deviations = r.deviations, *const scaled = r.deviations + kDeviationBlock * r.p;
+  if (Columns && r.p >= kWideRow) fetch(r.observations + block * r.p, count * r.p);
   for_groups<kLanes<T>>(r.first_variable, r.end_variable, [&](int64_t i, auto group) QLX_STATS_INLINE {
     using P = Pack<T, group>;
     // Under row storage the block's observations of the group are turned, so that a load takes one of them.
