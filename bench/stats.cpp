@@ -193,8 +193,8 @@ class Fastest : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
-      // One thread: its processor time, which others on the machine stretch less than the clock's.
-      const bool threads = run.run_name.function_name.find("thread") != std::string::npos;
+      // A single thread counts by its processor time, which others on the machine stretch less than the clock's.
+      const bool threads = run.run_name.function_name.find("threads") != std::string::npos;
       const double time = threads ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
       const double per_element = time / run.counters.at("elements");
       const auto [at, fresh] = ns.try_emplace(run.run_name.function_name, per_element);

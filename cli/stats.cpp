@@ -274,18 +274,19 @@ std::string json_matrix(const std::vector<double>& matrix, size_t p) {
   for (size_t i = 0; i < p; ++i) {
     std::vector<std::string> cells;
     for (size_t k = 0; k < p; ++k) cells.push_back(json_number(matrix[i * p + k]));
-    rows.push_back("[" + join(cells, ", ") + "]");
+    rows.push_back(std::string("[").append(join(cells, ", ")).append("]"));
   }
-  return "[\n    " + join(rows, ",\n    ") + "]";
+  return std::string("[\n    ").append(join(rows, ",\n    ")).append("]");
 }
 
 void print_json(Output* out, const Report& report, const Summary& summary) {
   std::vector<std::string> columns;
   for (size_t i = 0; i < report.names.size(); ++i) {
-    std::vector<std::string> members = {"\"name\": " + json_string(report.names[i])};
+    std::vector<std::string> members = {std::string("\"name\": ").append(json_string(report.names[i]))};
     for (const Statistic& statistic : statistics(report.quartiles))
-      members.push_back("\"" + std::string(statistic.key) + "\": " + json_number(statistic.value(summary, i)));
-    columns.push_back("{" + join(members, ", ") + "}");
+      members.push_back(
+          std::string("\"").append(statistic.key).append("\": ").append(json_number(statistic.value(summary, i))));
+    columns.push_back(std::string("{").append(join(members, ", ")).append("}"));
   }
   *out << "{\n  \"file\": " << json_string(report.file) << ",\n  \"rows\": " << std::to_string(summary.rows)
        << ",\n  \"skipped\": " << std::to_string(report.skipped)

@@ -53,6 +53,15 @@ QLX_STATS_INLINE inline T lane_sum(P pack) {
   }
 }
 
+// Asks for `count` elements in order of address, ahead of groups of variables that stride over them: the processor
+// follows runs by itself, strides wider than a few lines it doesn't.
+template <class T>
+QLX_STATS_INLINE inline void fetch(const T* from, int64_t count) {
+  constexpr int64_t kLine = 64 / sizeof(T);
+  for (int64_t k = 0; k < count; k += kLine) __builtin_prefetch(from + k);
+}
+inline constexpr int64_t kWideRow = 24;  // variables from which a row of column storage is such a stride
+
 // body(0) to body(N - 1) with the index a constant: local arrays indexed by it stay in registers.
 template <int N, class Body>
 QLX_STATS_INLINE inline void repeat(Body&& body) {

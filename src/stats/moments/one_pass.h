@@ -21,46 +21,60 @@
 
 namespace qlx::stats {
 
+// With g = w / (W + w), the updates of S4, S3 and S2 are sums of products of these with powers of d and the sums
+// before:
+//   S4 += d^2 (fourth d^2 + six_gain S2) - four_gain d S3,   S3 += d (third d^2 - three_gain S2),   S2 += spread d^2.
 template <class T>
 struct StepFactors {
-  T a[kDeviationBlock];       // W / (W + w)
-  T gain[kDeviationBlock];    // w / (W + w)
-  T spread[kDeviationBlock];  // a w
-  T skew[kDeviationBlock];    // a - gain           = (W - w) / (W + w)
-  T tail[kDeviationBlock];    // a^2 - a gain + gain^2
-  T before[kDeviationBlock];  // W
-  T weight[kDeviationBlock];  // w
+  T a[kDeviationBlock];           // W / (W + w)
+  T gain[kDeviationBlock];        // g
+  T spread[kDeviationBlock];      // a w
+  T third[kDeviationBlock];       // a w (a - g)            = W w (W - w) / (W + w)^2
+  T fourth[kDeviationBlock];      // a w (a^2 - a g + g^2)  = W w (W^2 - W w + w^2) / (W + w)^3
+  T three_gain[kDeviationBlock];  // 3 g
+  T four_gain[kDeviationBlock];   // 4 g
+  T six_gain[kDeviationBlock];    // 6 g^2
+  T before[kDeviationBlock];      // W
+  T weight[kDeviationBlock];      // w
 };
 
-// Fills the factors of `count` observations and advances W and W2.
-template <class T, bool Weighted>
-QLX_STATS_INLINE inline void step_factors(StepFactors<T>& f, const T* weights, int64_t count, T& w_sum, T& w2_sum) {
+// Fills the factors of `count` observations and advances W and W2. Loops run over a whole block, so that their length
+// is a constant; what lies beyond `count` is never read.
+template <class T, bool Weighted, bool Central34>
+__attribute__((noinline)) void step_factors(StepFactors<T>& f, const T* weights, int64_t count, T& w_sum, T& w2_sum) {
+  constexpr int kBlock = kDeviationBlock;
   if constexpr (Weighted) {
-    for (int64_t k = 0; k < count; ++k) {
+    for (int k = 0; k < kBlock; ++k) {
+      const T weight = k < count ? weights[k] : T(1);
       f.before[k] = w_sum;
-      f.weight[k] = weights[k];
-      w_sum += weights[k];
-      w2_sum += weights[k] * weights[k];
+      f.weight[k] = weight;
+      w_sum += k < count ? weight : T(0);
+      w2_sum += k < count ? weight * weight : T(0);
     }
-    for (int64_t k = 0; k < count; ++k) {
+    for (int k = 0; k < kBlock; ++k) {
       const T sum = f.before[k] + f.weight[k];
       f.a[k] = f.before[k] / sum;
       f.gain[k] = (1 / sum) * f.weight[k];
       f.spread[k] = f.a[k] * f.weight[k];
     }
   } else {
-    for (int64_t k = 0; k < count; ++k) {
-      const T before = w_sum + static_cast<T>(static_cast<int32_t>(k));
-      f.gain[k] = 1 / (before + 1);
-      f.a[k] = before * f.gain[k];
-      f.spread[k] = f.a[k];
+    for (int k = 0; k < kBlock; ++k) {
+      const T before = w_sum + static_cast<T>(k), gain = 1 / (before + 1);
+      f.gain[k] = gain;
+      f.a[k] = f.spread[k] = before * gain;
     }
     w_sum += static_cast<T>(count);
     w2_sum += static_cast<T>(count);
   }
-  for (int64_t k = 0; k < count; ++k) {
-    f.skew[k] = f.a[k] - f.gain[k];
-    f.tail[k] = f.a[k] * f.a[k] - f.a[k] * f.gain[k] + f.gain[k] * f.gain[k];
+  if constexpr (Central34) {
+    for (int k = 0; k < kBlock; ++k) {
+      const T a = f.a[k], g = f.gain[k];
+      f.third[k] = f.spread[k] * (a - g);
+      f.fourth[k] = f.spread[k] * (a * a - a * g + g * g);
+      f.three_gain[k] = 3 * g;
+      f.four_gain[k] = 4 * g;
+      f.six_gain[k] = 6 * (g * g);
+    }
   }
 }
 
@@ -100,13 +114,12 @@ struct RunningPack {
   QLX_STATS_INLINE P take(P x, const StepFactors<T>& f, int64_t k) {
     const P d = x - mean;
     if constexpr (Order >= 1) {
-      const P spread = f.spread[k] * d * d;
+      const P d2 = d * d;
       if constexpr (Order >= 3) {
-        const P step = f.gain[k] * d;
-        s4 += spread * (d * d) * f.tail[k] + step * (6 * step * s2 - 4 * s3);
-        s3 += spread * d * f.skew[k] - 3 * step * s2;
+        s4 += d2 * (f.fourth[k] * d2 + f.six_gain[k] * s2) - f.four_gain[k] * d * s3;
+        s3 += d * (f.third[k] * d2 - f.three_gain[k] * s2);
       }
-      s2 += spread;
+      s2 += f.spread[k] * d2;
     }
     const T a = f.a[k];
     P power = f.gain[k] * x;
@@ -129,7 +142,8 @@ struct RunningPack {
 // by 4 columns live in registers while the block passes; tiles on the diagonal fill some elements below it, which
 // nobody reads.
 template <class T>
-QLX_STATS_INLINE inline void update_matrix(const KernelRange<T>& r, const T* d, const T* scaled, int64_t count) {
+__attribute__((noinline, flatten)) void update_matrix(const KernelRange<T>& r, const T* d, const T* scaled,
+                                                      int64_t count) {
   constexpr int kColumns = 4;
   const int64_t p = r.p;
   for_groups<kColumns>(r.first_variable, r.end_variable, [&](int64_t column, auto columns) QLX_STATS_INLINE {
@@ -157,8 +171,49 @@ QLX_STATS_INLINE inline void update_matrix(const KernelRange<T>& r, const T* d, 
   });
 }
 
+// One block of observations: every group of variables takes it in. Weights have passed into the factors, so weighted
+// and unweighted kernels share this code.
+template <class T, int Order, bool Columns, bool Matrix>
+__attribute__((noinline, flatten)) void take_block(const KernelRange<T>& r, const StepFactors<T>& factors,
+                                                   int64_t block, int64_t count) {
+  T *const deviations = r.deviations, *const scaled = r.deviations + kDeviationBlock * r.p;
+  if (Columns && r.p >= kWideRow) fetch(r.observations + block * r.p, count * r.p);
+  for_groups<kLanes<T>>(r.first_variable, r.end_variable, [&](int64_t i, auto group) QLX_STATS_INLINE {
+    using P = Pack<T, group>;
+    // Under row storage the block's observations of the group are turned, so that a load takes one of them.
+    alignas(kRegisterBytes) T turned[Columns || group == 1 ? 1 : kDeviationBlock * int{group}];
+    const T* x;
+    int64_t step;
+    if constexpr (Columns) {
+      x = r.observations + block * r.p + i;
+      step = r.p;
+    } else if constexpr (group == 1) {
+      x = r.observations + i * r.n + block;
+      step = 1;
+    } else {
+      for (int64_t g = 0; g < group; ++g) {
+        const T* row = r.observations + (i + g) * r.n + block;
+        for (int64_t k = 0; k < count; ++k) turned[k * group + g] = row[k];
+      }
+      x = turned;
+      step = group;
+    }
+    RunningPack<Order, P> running;
+    running.read(r.vectors, i);
+    for (int64_t k = 0; k < count; ++k) {
+      const P d = running.take(load<P>(x + k * step), factors, k);
+      if constexpr (Matrix) {
+        store(deviations + k * r.p + i, d);
+        store(scaled + k * r.p + i, static_cast<P>(factors.spread[k] * d));
+      }
+    }
+    running.write(r.vectors, i);
+  });
+  if constexpr (Matrix) update_matrix(r, deviations, scaled, count);
+}
+
 template <class T, int Order, bool Weighted, bool Columns, bool Matrix>
-__attribute__((flatten)) void one_pass_kernel(const KernelRange<T>& r) {
+void one_pass_kernel(const KernelRange<T>& r) {
   int64_t first = r.first_observation;
   if constexpr (Weighted) {
     while (first < r.end_observation && r.weights[first] == 0) ++first;
@@ -167,43 +222,10 @@ __attribute__((flatten)) void one_pass_kernel(const KernelRange<T>& r) {
 
   T w_sum = r.weight_sums[0], w2_sum = r.weight_sums[1];
   StepFactors<T> factors;
-  T *const deviations = r.deviations, *const scaled = r.deviations + kDeviationBlock * r.p;
   for (int64_t block = first; block < r.end_observation; block += kDeviationBlock) {
     const int64_t left = r.end_observation - block, count = left < kDeviationBlock ? left : kDeviationBlock;
-    step_factors<T, Weighted>(factors, r.weights + block, count, w_sum, w2_sum);
-
-    for_groups<kLanes<T>>(r.first_variable, r.end_variable, [&](int64_t i, auto group) QLX_STATS_INLINE {
-      using P = Pack<T, group>;
-      // Under row storage the block's observations of the group are turned, so that a load takes one of them.
-      alignas(kRegisterBytes) T turned[Columns || group == 1 ? 1 : kDeviationBlock * int{group}];
-      const T* x;
-      int64_t step;
-      if constexpr (Columns) {
-        x = r.observations + block * r.p + i;
-        step = r.p;
-      } else if constexpr (group == 1) {
-        x = r.observations + i * r.n + block;
-        step = 1;
-      } else {
-        for (int64_t g = 0; g < group; ++g) {
-          const T* row = r.observations + (i + g) * r.n + block;
-          for (int64_t k = 0; k < count; ++k) turned[k * group + g] = row[k];
-        }
-        x = turned;
-        step = group;
-      }
-      RunningPack<Order, P> running;
-      running.read(r.vectors, i);
-      for (int64_t k = 0; k < count; ++k) {
-        const P d = running.take(load<P>(x + k * step), factors, k);
-        if constexpr (Matrix) {
-          store(deviations + k * r.p + i, d);
-          store(scaled + k * r.p + i, static_cast<P>(factors.spread[k] * d));
-        }
-      }
-      running.write(r.vectors, i);
-    });
-    if constexpr (Matrix) update_matrix(r, deviations, scaled, count);
+    step_factors<T, Weighted, Order == 3>(factors, Weighted ? r.weights + block : nullptr, count, w_sum, w2_sum);
+    take_block<T, Order, Columns, Matrix>(r, factors, block, count);
   }
   r.weight_sums[0] = w_sum;
   r.weight_sums[1] = w2_sum;

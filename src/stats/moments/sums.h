@@ -85,6 +85,7 @@ QLX_STATS_INLINE inline void sum_columns(const KernelRange<T>& r) {
   if (block < 16) block = 16;
   for (int64_t first = r.first_observation; first < r.end_observation; first += block) {
     const int64_t end = first + block < r.end_observation ? first + block : r.end_observation;
+    if (r.p >= kWideRow) fetch(r.observations + first * r.p, (end - first) * r.p);
     for_groups<2 * kLanes<T>>(r.first_variable, r.end_variable, [&](int64_t i, auto group) QLX_STATS_INLINE {
       constexpr int kWidth = group < kLanes<T> ? int{group} : kLanes<T>, kPacks = group / kWidth;
       using P = Pack<T, kWidth>;
