@@ -257,7 +257,7 @@ class LocalCubic {
 
 // `kAllocates`: the workers' windows come from one allocation, as Akima's do; the others' live on their stacks.
 template <class Kind, bool kAllocates, class Real, bool kRows, bool kUniform>
-int32_t local_cubic_kernel(const SplineInput<Real>& in) {
+[[gnu::noinline]] int32_t local_cubic_kernel(const SplineInput<Real>& in) {
   if (in.boundary_class == kPeriodic) {
     const int32_t status = check_periodic<Real, kRows>(in);
     if (status != DF_OK) return status;
