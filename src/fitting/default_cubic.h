@@ -40,7 +40,7 @@ void finish_bends(const SplineInput<Real>& in, const Real* h, const Real* s, Rea
 }
 
 template <class Real, bool kRows, bool kUniform>
-int32_t bend_kernel(const SplineInput<Real>& in) {
+[[gnu::noinline]] int32_t bend_kernel(const SplineInput<Real>& in) {
   if (in.boundary_class == kPeriodic) {
     const int32_t status = check_periodic<Real, kRows>(in);
     if (status != DF_OK) return status;

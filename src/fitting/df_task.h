@@ -35,8 +35,9 @@ struct DFTask {
   } search_scale;  // T / (x[n-1] - x[0]) in the task's element type
 };
 
-// Gives an exported function a second name in its translation unit.
-#define QLX_DF_ALIAS(DECLARATION, TARGET) extern "C" DECLARATION __attribute__((alias(#TARGET)));
+// Gives an exported function a second name in its translation unit. nothrow: what every target has here, built without
+// exceptions.
+#define QLX_DF_ALIAS(DECLARATION, TARGET) extern "C" DECLARATION __attribute__((alias(#TARGET), nothrow));
 
 namespace qlx::fitting {
 

@@ -152,8 +152,16 @@ class LocalCubic {
     for (int64_t a = item.first_cell; a < item.end_cell; a += kCellsAtOnce) {
       const int64_t count = item.end_cell - a < kCellsAtOnce ? item.end_cell - a : kCellsAtOnce;
       const bool inside = a >= kMargin && a + kWindow - kMargin <= in_.n;
-      inside ? fill_inside(y, a) : fill_edge(y, a);
-      if (a == item.first_cell) {
+      const bool goes_on = a != item.first_cell;
+      if (!inside) {
+        fill_edge(y, a);
+      } else if (goes_on) {
+        keep_overlap();
+        fill_inside<kWindow - 1 - kCellsAtOnce>(y, a);
+      } else {
+        fill_inside<0>(y, a);
+      }
+      if (!goes_on) {
         Kind::template derive<kMargin>(in_, w_, h, a - kMargin);
       } else {
         w_.derivatives[kMargin] = carried_;
@@ -181,7 +189,19 @@ class LocalCubic {
     }
   }
 
-  // Every place lies in the partition.
+  // The last intervals of a window are the first ones of the next: divisions are what these kinds spend their time on.
+  void keep_overlap() {
+    for (int k = 0; k < kWindow - 1 - kCellsAtOnce; ++k) {
+      w_.slopes[k] = w_.slopes[k + kCellsAtOnce];
+      if constexpr (!kUniform) {
+        w_.widths[k] = w_.widths[k + kCellsAtOnce];
+        w_.reciprocals[k] = w_.reciprocals[k + kCellsAtOnce];
+      }
+    }
+  }
+
+  // Every place lies in the partition; intervals before kFrom are there already.
+  template <int kFrom>
   void fill_inside(const Values<Real, kRows>& y, int64_t a) {
     const int64_t first = a - kMargin;
     if constexpr (kRows) {
@@ -191,14 +211,18 @@ class LocalCubic {
       w_.y = w_.values;
     }
     const Real* values = w_.y;
+    Real* slopes = w_.slopes;
     if constexpr (kUniform) {
-      for (int k = 0; k < kWindow - 1; ++k) w_.slopes[k] = widths_.slope(values[k + 1] - values[k], 0);
+      for (int k = kFrom; k < kWindow - 1; ++k) slopes[k] = widths_.slope(values[k + 1] - values[k], 0);
     } else {
       const Real* x = in_.x + first;
-      Real *widths = w_.widths, *slopes = w_.slopes, *reciprocals = w_.reciprocals;
-      for (int k = 0; k < kWindow - 1; ++k) widths[k] = x[k + 1] - x[k];
-      for (int k = 0; k < kWindow - 1; ++k) slopes[k] = (values[k + 1] - values[k]) / widths[k];
-      for (int k = 0; k < kWindow - 1; ++k) reciprocals[k] = 1 / widths[k];
+      Real *widths = w_.widths, *reciprocals = w_.reciprocals;
+      for (int k = kFrom; k < kWindow - 1; ++k) {
+        const Real width = x[k + 1] - x[k];
+        widths[k] = width;
+        slopes[k] = (values[k + 1] - values[k]) / width;
+        reciprocals[k] = 1 / width;
+      }
     }
   }
 
@@ -257,7 +281,7 @@ class LocalCubic {
 
 // `kAllocates`: the workers' windows come from one allocation, as Akima's do; the others' live on their stacks.
 template <class Kind, bool kAllocates, class Real, bool kRows, bool kUniform>
-int32_t local_cubic_kernel(const SplineInput<Real>& in) {
+[[gnu::noinline]] int32_t local_cubic_kernel(const SplineInput<Real>& in) {
   if (in.boundary_class == kPeriodic) {
     const int32_t status = check_periodic<Real, kRows>(in);
     if (status != DF_OK) return status;

@@ -188,7 +188,7 @@ class NaturalItem {
 };
 
 template <class Real, bool kRows, bool kUniform>
-int32_t solve_natural(const SplineInput<Real>& in) {
+[[gnu::noinline]] int32_t solve_natural(const SplineInput<Real>& in) {
   if (in.boundary_class == kPeriodic) {
     const int32_t status = check_periodic<Real, kRows>(in);
     if (status != DF_OK) return status;

@@ -135,9 +135,8 @@ class SubbotinItem {
   Real *below_, *diagonal_, *above_, *derivatives_;
 };
 
-template <class Real, bool kRows, bool kUniform, bool kUniformKnots, int kClass>
-int32_t subbotin_kernel(const SplineInput<Real>& in) {
-  static_assert(kClass >= kFirstFirst && kClass <= kSecondSecond);
+template <class Real, bool kRows, bool kUniform, bool kUniformKnots>
+[[gnu::noinline]] int32_t solve_subbotin(const SplineInput<Real>& in) {
   using Worker = SubbotinItem<Real, kRows, kUniform, kUniformKnots>;
   const Division division = divide_functions(in.n, in.functions, in.services);
   const int64_t elements = Worker::elements(in.n);
@@ -146,6 +145,13 @@ int32_t subbotin_kernel(const SplineInput<Real>& in) {
   run_items(in.services, division,
             [&](int worker, const Item& item) { Worker(in, item, work.get() + worker * elements).run(); });
   return DF_OK;
+}
+
+// A slot of the kernel table; as in the natural spline, the class is read by one shared body.
+template <class Real, bool kRows, bool kUniform, bool kUniformKnots, int kClass>
+int32_t subbotin_kernel(const SplineInput<Real>& in) {
+  static_assert(kClass >= kFirstFirst && kClass <= kSecondSecond);
+  return solve_subbotin<Real, kRows, kUniform, kUniformKnots>(in);
 }
 
 // Slots of classes 0, 1 and 6 stay empty.

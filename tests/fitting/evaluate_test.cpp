@@ -329,6 +329,50 @@ TYPED_TEST(EvaluationTest, CallbacksExtrapolateAndSearch) {
   EXPECT_EQ(*std::max_element(cells, cells + 6), 2);
 }
 
+// The whole chain on real threads: the same bits as on one.
+TYPED_TEST(EvaluationTest, ThreadsChangeNothing) {
+  using Real = TypeParam;
+  using A = Api<Real>;
+  constexpr int64_t kPoints = 5000, kFunctions = 6, kSites = 10007;
+  std::vector<Real> x, y, sites;
+  Random random(17);
+  for (int64_t i = 0; i < kPoints; ++i) x.push_back(static_cast<Real>(static_cast<double>(i) + 0.5 * random.real()));
+  for (int64_t i = 0; i < kPoints * kFunctions; ++i) y.push_back(static_cast<Real>(random.real()));
+  for (int64_t i = 0; i < kSites; ++i) sites.push_back(static_cast<Real>(random.real(0, kPoints)));
+  std::sort(sites.begin(), sites.end());
+  const int before = qlx_serv_set_num_threads_limit(3);
+  const int64_t order = 0;
+  for (const auto entry : {A::natural, A::akima}) {
+    std::vector<Real> coefficients[2], values[2], integrals[2];
+    std::vector<int32_t> cells[2];
+    for (const int threads : {0, 1}) {
+      const QlxThreadTable* services = threads == 0 ? nullptr : qlx_serv_thread_table();
+      coefficients[threads].resize(4 * kPoints * kFunctions);
+      values[threads].resize(kSites * kFunctions);
+      integrals[threads].resize(kSites * kFunctions);
+      cells[threads].resize(kSites);
+      TaskHandle t;
+      ASSERT_EQ(A::new_task(&t, kPoints, x.data(), 1, kFunctions, y.data(), 16, 1), DF_OK);
+      ASSERT_EQ(A::edit_spline(t, 4, 2, DF_BC_FREE_END, nullptr, 0, nullptr, coefficients[threads].data(), 16), DF_OK);
+      ASSERT_EQ(entry(t, 0, 0, services), DF_OK);
+      ASSERT_EQ(A::search(t, 0, kSites, sites.data(), 64, nullptr, cells[threads].data(), nullptr, nullptr, services),
+                DF_OK);
+      ASSERT_EQ(A::interpolate(t, 0, 0, kSites, sites.data(), 64, nullptr, 1, &order, values[threads].data(), 16,
+                               nullptr, nullptr, services),
+                DF_OK);
+      const Real zero[] = {0, 0};
+      ASSERT_EQ(A::integrate(t, 0, 0, kSites, zero, 4, sites.data(), 64, nullptr, integrals[threads].data(), 16,
+                             nullptr, services),
+                DF_OK);
+    }
+    EXPECT_EQ(cells[0], cells[1]);
+    EXPECT_EQ(coefficients[0], coefficients[1]);
+    EXPECT_EQ(values[0], values[1]);
+    EXPECT_EQ(integrals[0], integrals[1]);
+  }
+  qlx_serv_set_num_threads_limit(before);
+}
+
 TYPED_TEST(EvaluationTest, StatusesComeInOrder) {
   using Real = TypeParam;
   using A = Api<Real>;

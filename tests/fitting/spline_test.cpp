@@ -178,9 +178,9 @@ void check_properties(const Problem& p, const std::vector<std::vector<Real>>& ro
   for (int64_t f = 0; f < p.functions; ++f) {
     const auto& row = rows[f];
     // Rounding errors of a derivative scale with the largest of its terms.
-    long double scale[3] = {1, 1, 1};
+    long double scale[4] = {1, 1, 1, 1};
     for (int64_t i = 0; i < p.cells(); ++i) {
-      for (int k = 0; k < 3; ++k) {
+      for (int k = 0; k < 4; ++k) {
         const long double u = subbotin ? p.knots[i + 1] - p.x[i] : p.x[i + 1] - p.x[i];
         scale[k] = std::max({scale[k], std::fabs(at(row, order, i, u, k)), std::fabs(at(row, order, i, 0, k))});
       }
