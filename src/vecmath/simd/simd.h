@@ -3,3 +3,4 @@
 #pragma once
 
 #include "vecmath/simd/avx.h"
+#include "vecmath/simd/avx_estimate.h"
