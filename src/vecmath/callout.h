@@ -80,7 +80,12 @@ inline Real underflow(Real x) {
 // range.
 template <class Formula>
 inline auto one_lane(typename Formula::Pack::Real x) {
-  return simd::first(Formula{}.formula(simd::all<typename Formula::Pack>(x)));
+  const auto lanes = Formula{}.formula(simd::all<typename Formula::Pack>(x));
+  if constexpr (requires { lanes.result; }) {
+    return simd::first(lanes.result);
+  } else {
+    return simd::first(lanes);
+  }
 }
 
 }  // namespace qlx::callout

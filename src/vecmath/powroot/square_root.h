@@ -34,6 +34,30 @@ inline typename Pack::Mask outside(Pack x, typename Pack::Real low, typename Pac
   return simd::not_greater_equal(x, all<Pack>(low)) | simd::not_less_equal(x, all<Pack>(high));
 }
 
+// The high word 0x7FCFFFFF: the last argument of the double kernels' fast path.
+constexpr double kLargestRooted = std::bit_cast<double>(0x7FCFFFFFFFFFFFFFull);
+
+// ---- The estimate of a double --------------------------------------------------------------------------------------
+
+// A result, and the series p(e) that it was made with.
+struct RootF64 {
+  PackF64 result, series;
+};
+
+// rest(g) for the narrow estimate, and for the wide one only in lanes that a float's range doesn't reach. Those show in
+// the series: g = 0 makes e = 1, an infinite g makes e infinite, and what all bad lanes have in common is a series
+// that isn't at most `bound`, which no |e| <= 2^-10 comes near. A lane is marked if it is also outside of [low, high].
+template <class Rest>
+inline shell::Marked<PackF64> with_rsqrt_estimate(PackF64 x, double bound, double low, double high, const Rest& rest) {
+  const RootF64 narrow = rest(simd::rsqrt_estimate(x));
+  const PackF64::Mask beyond = simd::not_less_equal(narrow.series, all<PackF64>(bound));
+  if (simd::any(beyond)) [[unlikely]] {
+    const RootF64 wide = rest(simd::rsqrt_estimate_any_exponent(x));
+    return {simd::select(beyond, wide.result, narrow.result), beyond & outside(x, low, high)};
+  }
+  return {narrow.result, beyond};
+}
+
 // ---- Callouts ------------------------------------------------------------------------------------------------------
 
 // Sqrt, all accuracies: the hardware root of a denormal is as good as that of any other number.
@@ -75,7 +99,7 @@ inline PackF32::Mask sqrt_needs_care(PackF32 x) {
   return outside(x, std::bit_cast<float>(0x00800000u), std::bit_cast<float>(0x7F7FF000u));
 }
 inline PackF64::Mask sqrt_needs_care(PackF64 x) {
-  return outside(x, 0x1p-1022, std::bit_cast<double>(0x7FCFFFFFFFFFFFFFull));
+  return outside(x, 0x1p-1022, kLargestRooted);
 }
 
 // The estimate's accuracy, 2^-11.4, is all that is promised.
@@ -111,26 +135,30 @@ struct SqrtHardware {
 };
 
 // The minimax quadratic of (1 - e)^(-1/2) on |e| <= 7.4e-4, relative error 2^-33; all three constants are given.
-constexpr double kQuadratic0 = 0x1.fffffffffff4fp-1, kQuadratic1 = 0.5000001257, kQuadratic2 = 0.3750001833;
+inline PackF64 quadratic(PackF64 e) {
+  const PackF64 upper = all<PackF64>(0.5000001257) + e * all<PackF64>(0.3750001833);
+  return all<PackF64>(0x1.fffffffffff4fp-1) + e * upper;
+}
+constexpr double kQuadraticBound = 1.25;
 
 struct SqrtF64EP {
   using Pack = PackF64;
   static constexpr int kBlock = 16;
-  Pack formula(Pack x) const {
-    const Pack g = simd::rsqrt_estimate(x);
-    const Pack y = x * g;
-    const Pack e = all<Pack>(1) - y * g;
-    return y * (all<Pack>(kQuadratic0) + e * (all<Pack>(kQuadratic1) + e * all<Pack>(kQuadratic2)));
+  shell::Marked<Pack> formula(Pack x) const {
+    return with_rsqrt_estimate(x, kQuadraticBound, 0x1p-1022, kLargestRooted, [x](Pack g) {
+      const Pack y = x * g;
+      const Pack p = quadratic(all<Pack>(1) - y * g);
+      return RootF64{y * p, p};
+    });
   }
-  Pack::Mask needs_care(Pack x) const { return sqrt_needs_care(x); }
   static Status callout(const double* a, double* r) { return sqrt_callout(a, r); }
 };
 
 // ---- Reciprocal square root ----------------------------------------------------------------------------------------
 
-// From 2^-121 (0x80300000 less 2^31, as a float's bits) so that x g^2's parts stay normal.
+// Where the tail of x and the square of g are normal.
 inline PackF32::Mask inv_sqrt_needs_care(PackF32 x) {
-  return outside(x, 0x1p-100f, 0x1p126f);
+  return outside(x, 0x1p-100f, 0x1p124f);
 }
 
 struct InvSqrtF32HA {
@@ -162,13 +190,9 @@ struct InvSqrtF32LA {
   static Status callout(const float* a, float* r) { return inv_sqrt_callout<InvSqrtF32HA>(a, r); }
 };
 
-// 0x80300000 and 0xFF9FFFFF; the wider margin of HA, 0x83500000 and 0xFC7FFFFF, keeps the tail of x normal.
-inline PackF64::Mask inv_sqrt_needs_care(PackF64 x) {
-  return outside(x, std::bit_cast<double>(0x0030000000000000ull), std::bit_cast<double>(0x7FCFFFFFFFFFFFFFull));
-}
-inline PackF64::Mask inv_sqrt_ha_needs_care(PackF64 x) {
-  return outside(x, std::bit_cast<double>(0x0350000000000000ull), std::bit_cast<double>(0x7FCFFFFFFFFFFFFFull));
-}
+// From 2^-1020 (0x80300000 and 0xFF9FFFFF); in HA from 2^-970 (0x83500000 and 0xFC7FFFFF), where the tail of x is still
+// normal.
+constexpr double kLeastInverted = 0x1p-1020, kLeastInvertedHA = 0x1p-970;
 
 // e/2 + ... to degree 4 of (1 - e)^(-1/2) - 1 on |e| <= 7.4e-4: relative error 2^-55. The two last are given.
 inline PackF64 inv_sqrt_series(PackF64 e) {
@@ -176,43 +200,44 @@ inline PackF64 inv_sqrt_series(PackF64 e) {
   const Pack upper = all<Pack>(0.312500165) + e * all<Pack>(0.2734375468);
   return e * (all<Pack>(0.5) + e * (all<Pack>(0.375) + e * upper));
 }
+constexpr double kSeriesBound = 0.25;
 
 struct InvSqrtF64HA {
   using Pack = PackF64;
   static constexpr int kBlock = 16;
-  Pack formula(Pack x) const {
-    // g has at most 21 bits and g^2 42, which with the head's 11 makes 53.
-    const Pack g = simd::rsqrt_estimate(x);
-    const Pack g2 = g * g;
-    const Pack head = x & all_bits<Pack>(0xFFFFFC0000000000);
-    const Pack e = (all<Pack>(1) - head * g2) - (x - head) * g2;
-    return g + g * inv_sqrt_series(e);
+  shell::Marked<Pack> formula(Pack x) const {
+    // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
+    const Pack head = x & all_bits<Pack>(0xFFFF000000000000);
+    return with_rsqrt_estimate(x, kSeriesBound, kLeastInvertedHA, kLargestRooted, [x, head](Pack g) {
+      const Pack g2 = g * g;
+      const Pack p = inv_sqrt_series((all<Pack>(1) - head * g2) - (x - head) * g2);
+      return RootF64{g + g * p, p};
+    });
   }
-  Pack::Mask needs_care(Pack x) const { return inv_sqrt_ha_needs_care(x); }
   static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
 };
 
 struct InvSqrtF64LA {
   using Pack = PackF64;
   static constexpr int kBlock = 16;
-  Pack formula(Pack x) const {
-    const Pack g = simd::rsqrt_estimate(x);
-    const Pack e = all<Pack>(1) - x * (g * g);
-    return g + g * inv_sqrt_series(e);
+  shell::Marked<Pack> formula(Pack x) const {
+    return with_rsqrt_estimate(x, kSeriesBound, kLeastInverted, kLargestRooted, [x](Pack g) {
+      const Pack p = inv_sqrt_series(all<Pack>(1) - x * (g * g));
+      return RootF64{g + g * p, p};
+    });
   }
-  Pack::Mask needs_care(Pack x) const { return inv_sqrt_needs_care(x); }
   static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
 };
 
 struct InvSqrtF64EP {
   using Pack = PackF64;
   static constexpr int kBlock = 16;
-  Pack formula(Pack x) const {
-    const Pack g = simd::rsqrt_estimate(x);
-    const Pack e = all<Pack>(1) - x * (g * g);
-    return g * (all<Pack>(kQuadratic0) + e * (all<Pack>(kQuadratic1) + e * all<Pack>(kQuadratic2)));
+  shell::Marked<Pack> formula(Pack x) const {
+    return with_rsqrt_estimate(x, kQuadraticBound, kLeastInverted, kLargestRooted, [x](Pack g) {
+      const Pack p = quadratic(all<Pack>(1) - x * (g * g));
+      return RootF64{g * p, p};
+    });
   }
-  Pack::Mask needs_care(Pack x) const { return inv_sqrt_needs_care(x); }
   static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
 };
 
