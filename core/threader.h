@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <xmmintrin.h>  // the vector unit's control register
+
 #include <cfenv>
 
 #include "qlx/core.h"
@@ -23,20 +25,39 @@ class TaskMark {
   bool outer_;
 };
 
-// Gives a worker the floating-point control of the thread that asked for the work, so that a result can't depend on
-// which thread computed it; the worker's own returns at the end.
+// A thread's floating-point control: rounding, masks, and how denormals are taken.
 class FloatingControl {
  public:
-  explicit FloatingControl(const std::fenv_t& callers) {
-    std::fegetenv(&own_);
-    std::fesetenv(&callers);
+  static FloatingControl of_this_thread() {
+    FloatingControl control;
+    std::fegetenv(&control.environment_);
+    // On 32 bits the C library's record leaves this register's denormal bits out.
+    control.mxcsr_ = _mm_getcsr();
+    return control;
   }
-  ~FloatingControl() { std::fesetenv(&own_); }
-  FloatingControl(const FloatingControl&) = delete;
-  FloatingControl& operator=(const FloatingControl&) = delete;
+  void apply() const {
+    std::fesetenv(&environment_);
+    _mm_setcsr(mxcsr_);
+  }
 
  private:
-  std::fenv_t own_;
+  std::fenv_t environment_;
+  unsigned mxcsr_;
+};
+
+// Gives a worker the control of the thread that asked for the work, so that a result can't depend on which thread
+// computed it; the worker's own returns at the end.
+class BorrowedControl {
+ public:
+  explicit BorrowedControl(const FloatingControl& callers) : own_(FloatingControl::of_this_thread()) {
+    callers.apply();
+  }
+  ~BorrowedControl() { own_.apply(); }
+  BorrowedControl(const BorrowedControl&) = delete;
+  BorrowedControl& operator=(const BorrowedControl&) = delete;
+
+ private:
+  FloatingControl own_;
 };
 
 // The limit of the process, whatever thread asks.

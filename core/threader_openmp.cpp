@@ -22,12 +22,11 @@ int qlx_qst_serv_threader_for(int tasks, int, void* context, QlxTaskFunction fun
     for (int task = 0; task < tasks; ++task) function(task, context);
     return 0;
   }
-  std::fenv_t callers;
-  std::fegetenv(&callers);
+  const FloatingControl callers = FloatingControl::of_this_thread();
 #pragma omp parallel num_threads(threads)
   {
     TaskMark mark;
-    FloatingControl control(callers);
+    BorrowedControl control(callers);
     // Tasks differ in length (ragged last pieces, patterns of missing values), so a thread that is free takes the next.
 #pragma omp for schedule(dynamic, 1)
     for (int task = 0; task < tasks; ++task) function(task, context);

@@ -21,12 +21,11 @@ int qlx_qst_serv_threader_for(int tasks, int, void* context, QlxTaskFunction fun
   const int limit = thread_limit();
   const int threads = tasks < limit ? tasks : limit;
 
-  std::fenv_t callers;
-  std::fegetenv(&callers);
+  const FloatingControl callers = FloatingControl::of_this_thread();
   std::atomic<int> next{0};
   const auto work = [&] {
     TaskMark mark;
-    FloatingControl control(callers);
+    BorrowedControl control(callers);
     for (int task = next++; task < tasks; task = next++) function(task, context);
   };
 

@@ -88,8 +88,9 @@ typedef void (*QlxAnyFunction)(void);
 QLX_CORE_API QlxAnyFunction qlx_serv_load_thread_fun(const char *name);
 
 /* ---- Dense linear algebra --------------------------------------------------------------------------------------- */
-/* The BLAS or LAPACK routine of the same name. Plain forms may use threads up to the limit; `x` forms are for use
-   inside tasks and never start a thread. */
+/* The BLAS or LAPACK routine of the same name. Plain forms may use threads up to the limit, when the work is worth it;
+   inside a task they don't. `x` forms are for use inside tasks and never start a thread. The BLAS routines trust their
+   arguments; the LAPACK routines report in `info`. Several threads may call at once. */
 
 #define QLX_CORE_DECLARE_BLAS(P, T, X)                                                                                  \
   QLX_CORE_API void qlx_blas_##X##P##gemm(const char *transa, const char *transb, const int *m, const int *n,          \
@@ -147,17 +148,22 @@ QLX_CORE_DECLARE_LAPACK(s, float)
 
 /* ---- Tridiagonal systems ---------------------------------------------------------------------------------------- */
 /* A is n by n, diagonally dominant: d[n] its diagonal, dl[n-1] below, du[n-1] above. No pivoting; no thread is started.
-   `info` is 0, or -k for a bad k-th argument, or k when the k-th pivot is zero (the factor is not finished then).
+   Arrays may not overlap. `info` is 0, or -k for a bad k-th argument (then nothing is touched), or k when the pivot of
+   row k, counted from 1, is zero: then d, and b of a combined call, are left half-way.
 
-   ?dttrfb_4dfl factors in place: dl and d take the factors, du is kept.
-   ?dttrsb_4dfl solves A X = B with that factor for nrhs right-hand sides in the columns of b (ldb >= n), in place.
-   ?dtsvb_4dfl  factors and solves; dl, d, du are overwritten. */
+   ?dttrfb_4dfl factors: d takes the reciprocals of the pivots of an elimination from both ends to row n / 2, counted
+                from 0; dl and du are kept, and are the rest of the factor.
+   ?dttrsb_4dfl solves A X = B with that factor for nrhs right-hand sides in the columns of b (ldb >= max(1, n)), in
+                place.
+   ?dtsvb_4dfl  factors and solves, with the result that the other two give one after the other, bit for bit; for the
+                first right-hand side it costs one pass over memory less.
+   A column's result depends neither on its place nor on the number of columns. */
 #define QLX_CORE_DECLARE_TRIDIAGONAL(P, T)                                                                              \
-  QLX_CORE_API void P##dttrfb_4dfl(const int64_t *n, T *dl, T *d, const T *du, int64_t *info);                         \
+  QLX_CORE_API void P##dttrfb_4dfl(const int64_t *n, const T *dl, T *d, const T *du, int64_t *info);                   \
   QLX_CORE_API void P##dttrsb_4dfl(const int64_t *n, const int64_t *nrhs, const T *dl, const T *d, const T *du, T *b,  \
                                    const int64_t *ldb, int64_t *info);                                                 \
-  QLX_CORE_API void P##dtsvb_4dfl(const int64_t *n, const int64_t *nrhs, T *dl, T *d, T *du, T *b, const int64_t *ldb, \
-                                  int64_t *info);
+  QLX_CORE_API void P##dtsvb_4dfl(const int64_t *n, const int64_t *nrhs, const T *dl, T *d, const T *du, T *b,         \
+                                  const int64_t *ldb, int64_t *info);
 
 QLX_CORE_DECLARE_TRIDIAGONAL(d, double)
 QLX_CORE_DECLARE_TRIDIAGONAL(s, float)

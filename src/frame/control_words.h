@@ -4,8 +4,17 @@
 
 #include "frame/qvm_frame.h"
 #include "platform/fpu.h"
+#include "platform/thread_slot.h"
 
 namespace qlx {
+
+// What qlx_qvm_kernel_GetMode returns, without the call when the thread has its mode.
+inline uint32_t current_mode() {
+  const auto* state = static_cast<const QvmThreadState*>(platform::thread_slot());
+  if (state != nullptr && state->mode != 0) [[likely]]
+    return state->mode;
+  return qlx_qvm_kernel_GetMode();
+}
 
 // While one lives, x87 exceptions are masked, and SSE arithmetic rounds to nearest with all exceptions masked and
 // denormals as the mode says. Its end restores the caller's words and keeps the exception flags that were raised.
@@ -18,7 +27,7 @@ class ControlWords {
       platform::load_x87_control(x87_ | platform::kFpuAllExceptions);
       restore_ |= kRestoreX87;
     }
-    mode_ = qlx_qvm_kernel_GetMode();
+    mode_ = current_mode();
     const uint32_t wanted = (mode_ & QVM_DENORMAL_MASK) == QVM_DENORMAL_FAST ? kNearestFlushing : kNearest;
     sse_ = platform::read_sse_control();
     if ((sse_ & kControlBits) != wanted) [[unlikely]] {
@@ -36,6 +45,13 @@ class ControlWords {
   ControlWords& operator=(const ControlWords&) = delete;
 
   uint32_t mode() const { return mode_; }
+
+  // The value, unknown to the compiler: arithmetic on it can't move to before these words are in force.
+  template <class Real>
+  Real pin(Real x) const {
+    asm volatile("" : "+x"(x));
+    return x;
+  }
 
  private:
   static constexpr uint32_t kControlBits = 0xFFC0;      // masks, rounding, flush to zero, denormals are zero

@@ -12,6 +12,8 @@
 //     static Status callout(const float *a, float *r);     // always stores a result
 //     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
 //                                                          // in r and takes them out of m
+//     Pack::Mask second_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: the same before all else, in any mode;
+//                                                          // for a formula that serves the usual lanes at less cost
 //   };
 //
 // Two arguments: formula(a, b), needs_care(a, b), callout(a, b, r). Two results: formula returns Two<Pack>, and the
@@ -162,16 +164,21 @@ class Run {
   Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
       : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
 
-  // Unit stride: blocks, then single registers, then one masked register.
+  // Unit stride: blocks, then single registers, then one masked register. Kernels that serve every lane first bring the
+  // stores to register boundaries.
   [[gnu::always_inline]] void unit(int32_t n) const {
-    int32_t i = blocks(n);
+    int32_t i = 0;
+    if constexpr (!kHasCare) {
+      if (n >= kAlignFrom) i = align_stores();
+    }
+    i = blocks(i, n);
     for (; n - i >= kLanes; i += kLanes) pass<1>(i);
     if (i < n) masked_pass(i, n - i);
   }
 
   // Strided: blocks, then element by element.
   [[gnu::always_inline]] void strided(int32_t n) const {
-    for (int32_t i = blocks(n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
+    for (int32_t i = blocks(0, n); i < n; i += kLanes) element_pass(i, n - i < kLanes ? n - i : kLanes);
   }
 
  private:
@@ -182,8 +189,20 @@ class Run {
     Mask care[kRegisters];
   };
 
-  [[gnu::always_inline]] int32_t blocks(int32_t n) const {
-    int32_t i = 0;
+  // Arrays as short as a few blocks don't win back the extra register.
+  static constexpr int32_t kAlignFrom = 4 * kMaxBlock;
+
+  // Does the elements before the result's first register boundary, and returns their number.
+  [[gnu::always_inline]] int32_t align_stores() const {
+    const auto misplaced =
+        static_cast<int32_t>(reinterpret_cast<std::uintptr_t>(r_.base) % sizeof(Pack) / sizeof(Real));
+    if (misplaced == 0) return 0;
+    const int32_t count = kLanes - misplaced;
+    masked_pass(0, count);
+    return count;
+  }
+
+  [[gnu::always_inline]] int32_t blocks(int32_t i, int32_t n) const {
     for (; n - i >= Formula::kBlock; i += Formula::kBlock) pass<Formula::kBlock / kLanes>(i);
     return i;
   }
@@ -229,9 +248,12 @@ class Run {
     if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
     compute(x);
     SavedBlock<Real> block;
-    save(x, block);
     uint32_t bits = 0;
-    if constexpr (kHasCare) bits = simd::lane_bits(x.care[0]);
+    if constexpr (kHasCare) {
+      take_second_road(x);
+      bits = simd::lane_bits(x.care[0]);
+    }
+    save(x, block);
     const Views<Real> views = this->views();
     for (int k = 0; k < count; ++k) {
       if constexpr (kHasCare) {
@@ -290,10 +312,24 @@ class Run {
     }
   }
 
-  // Marked lanes: first the short road, when no report is wanted, then the walk. Inlined, so that the fast path's lanes
-  // never have an address.
+  template <int kRegisters>
+  [[gnu::always_inline]] void take_second_road(Registers<kRegisters>& x) const {
+    if constexpr (requires { &Formula::second_road; }) {
+      for (int j = 0; j < kRegisters; ++j) {
+        if constexpr (kTwoArguments) {
+          x.care[j] = formula_.second_road(x.a[j], x.b[j], x.r[j], x.care[j]);
+        } else {
+          x.care[j] = formula_.second_road(x.a[j], x.r[j], x.care[j]);
+        }
+      }
+    }
+  }
+
+  // Marked lanes: first the second road, then the short one, when no report is wanted, then the walk. Inlined, so that
+  // the fast path's lanes never have an address.
   template <int kRegisters>
   [[gnu::always_inline]] void mend(Registers<kRegisters>& x, int32_t i) const {
+    take_second_road(x);
     if constexpr (requires { &Formula::short_road; }) {
       if ((mode_ & QVM_ERRMODE_MASK) == QVM_ERRMODE_NOERR) {
         for (int j = 0; j < kRegisters; ++j) x.care[j] = formula_.short_road(x.a[j], x.r[j], x.care[j]);

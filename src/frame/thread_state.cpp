@@ -3,7 +3,7 @@
 #include <new>
 
 #include "frame/qvm_frame.h"
-#include "platform/platform.h"
+#include "platform/thread_slot.h"
 #include "qlx/core.h"
 
 namespace qlx {

@@ -12,7 +12,7 @@ bool create_thread_slot(void (*on_thread_exit)(void*));
 void destroy_thread_slot();
 bool thread_slot_exists();
 bool set_thread_slot(void* pointer);
-void* thread_slot();
+void* thread_slot_of_system();  // thread_slot.h has the quick way
 
 // The heap that holds the per-thread records. Destroying it releases every block still in it. heap_free and
 // heap_allocate may run in several threads at once.

@@ -3,49 +3,37 @@
 #pragma once
 
 #include <bit>
-#include <cstdint>
 #include <limits>
-#include <type_traits>
 
+#include "vecmath/simd/ieee.h"
 #include "vecmath/simd/simd.h"
 
 namespace qlx::callout {
 
 template <class Real>
-using Bits = std::conditional_t<sizeof(Real) == 4, uint32_t, uint64_t>;
-
-template <class Real>
 inline constexpr Real kInfinity = std::numeric_limits<Real>::infinity();
-// The smallest normal number.
+// The smallest normal number, and the largest.
 template <class Real>
 inline constexpr Real kTiny = std::numeric_limits<Real>::min();
 template <class Real>
 inline constexpr Real kLargest = std::numeric_limits<Real>::max();
 
-template <class Real>
-inline Bits<Real> bits(Real x) {
-  return std::bit_cast<Bits<Real>>(x);
-}
-template <class Real>
-inline bool is_negative(Real x) {
-  return bits(x) >> (8 * sizeof(Real) - 1) != 0;
-}
 // An infinity or a NaN: the exponent is all ones.
 template <class Real>
 inline bool is_special(Real x) {
-  return (bits(x) & bits(kInfinity<Real>)) == bits(kInfinity<Real>);
+  return simd::Ieee<Real>::magnitude(x) >= simd::Ieee<Real>::kInfinity;
 }
 template <class Real>
-inline bool is_nan(Real x) {
-  return x != x;
+inline bool is_negative(Real x) {
+  return simd::Ieee<Real>::sign(x) != 0;
 }
 template <class Real>
 inline Real magnitude(Real x) {
-  return std::bit_cast<Real>(bits(x) & (~Bits<Real>{0} >> 1));
+  return std::bit_cast<Real>(simd::Ieee<Real>::magnitude(x));
 }
 template <class Real>
 inline Real with_sign_of(Real sign, Real x) {
-  return std::bit_cast<Real>(bits(magnitude(x)) | (bits(sign) ^ bits(magnitude(sign))));
+  return std::bit_cast<Real>(simd::Ieee<Real>::magnitude(x) | simd::Ieee<Real>::sign(sign));
 }
 
 // x, unknown to the compiler, so that what is computed from it is computed at run time and raises its flags.
@@ -76,15 +64,19 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
-// A formula at one argument: the callout's arithmetic is the lanes' own, after the argument has been scaled into their
-// range.
+// A formula's result at one argument in its range: the callout's arithmetic is the lanes' own.
 template <class Formula>
 inline auto one_lane(typename Formula::Pack::Real x) {
-  const auto lanes = Formula{}.formula(simd::all<typename Formula::Pack>(x));
-  if constexpr (requires { lanes.result; }) {
-    return simd::first(lanes.result);
+  using Pack = typename Formula::Pack;
+  const Pack lanes = simd::all<Pack>(x);
+  auto result = Formula{}.formula(lanes);
+  if constexpr (requires { &Formula::second_road; }) {
+    Formula{}.second_road(lanes, result.result, result.care);
+  }
+  if constexpr (requires { result.result; }) {
+    return simd::first(result.result);
   } else {
-    return simd::first(lanes);
+    return simd::first(result);
   }
 }
 

@@ -6,21 +6,22 @@
 #include <cerrno>
 #include <cstdlib>  // atexit
 
-#include "platform/platform.h"
+#include "platform/thread_slot.h"
 #include "qlx/core.h"
 
 namespace qlx::platform {
+
+__thread void* current_slot __attribute__((tls_model("initial-exec"))) = nullptr;
+
 namespace {
 
-// The pointer itself lives in static thread-local storage, since every kernel call reads it; the key carries the same
-// pointer only so that pthreads hands it to the exit function.
-__attribute__((tls_model("initial-exec"))) thread_local void* current = nullptr;
+// The key carries the pointer too, so that pthreads hands it to the exit function.
 pthread_key_t key;
 bool key_exists = false;
 void (*exit_function)(void*) = nullptr;
 
 void end_of_thread(void* pointer) {
-  current = nullptr;
+  current_slot = nullptr;
   exit_function(pointer);
 }
 
@@ -45,7 +46,7 @@ bool create_thread_slot(void (*on_thread_exit)(void*)) {
 void destroy_thread_slot() {
   if (key_exists) pthread_key_delete(key);
   key_exists = false;
-  current = nullptr;
+  current_slot = nullptr;
 }
 
 bool thread_slot_exists() {
@@ -54,12 +55,12 @@ bool thread_slot_exists() {
 
 bool set_thread_slot(void* pointer) {
   if (pthread_setspecific(key, pointer) != 0) return false;
-  current = pointer;
+  current_slot = pointer;
   return true;
 }
 
-void* thread_slot() {
-  return current;
+void* thread_slot_of_system() {
+  return current_slot;
 }
 
 bool create_heap(std::size_t) {

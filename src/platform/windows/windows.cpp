@@ -3,7 +3,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <windows.h>
 
-#include "platform/platform.h"
+#include "platform/thread_slot.h"
 
 namespace qlx::platform {
 namespace {
@@ -52,7 +52,7 @@ bool set_thread_slot(void* pointer) {
   return TlsSetValue(slot, pointer) != 0;
 }
 
-void* thread_slot() {
+void* thread_slot_of_system() {
   if (slot == TLS_OUT_OF_INDEXES) return nullptr;
   // TlsGetValue clears the thread's last error, which belongs to the caller.
   const DWORD last_error = GetLastError();

@@ -44,19 +44,23 @@ struct RootF64 {
   PackF64 result, series;
 };
 
-// rest(g) for the narrow estimate, and for the wide one only in lanes that a float's range doesn't reach. Those show in
-// the series: g = 0 makes e = 1, an infinite g makes e infinite, and what all bad lanes have in common is a series
-// that isn't at most `bound`, which no |e| <= 2^-10 comes near. A lane is marked if it is also outside of [low, high].
-template <class Rest>
-inline shell::Marked<PackF64> with_rsqrt_estimate(PackF64 x, double bound, double low, double high, const Rest& rest) {
-  const RootF64 narrow = rest(simd::rsqrt_estimate(x));
-  const PackF64::Mask beyond = simd::not_less_equal(narrow.series, all<PackF64>(bound));
-  if (simd::any(beyond)) [[unlikely]] {
-    const RootF64 wide = rest(simd::rsqrt_estimate_any_exponent(x));
-    return {simd::select(beyond, wide.result, narrow.result), beyond & outside(x, low, high)};
+// A double kernel by its Root, which computes result and series from x and the estimate g. The formula takes the
+// estimate through a float. Lanes beyond a float's range show in the series: g = 0 makes e = 1, an infinite g makes e
+// infinite, and what all of them have in common is a series that isn't at most kBound, which no |e| <= 2^-10 comes
+// near. They take the estimate that costs more, and need care if they are outside of [kLow, kLargestRooted].
+template <class Root>
+struct RootKernelF64 : Root {
+  using Pack = PackF64;
+  static constexpr int kBlock = 16;
+  shell::Marked<Pack> formula(Pack x) const {
+    const RootF64 y = Root::root(x, simd::rsqrt_estimate(x));
+    return {y.result, simd::not_less_equal(y.series, all<Pack>(Root::kBound))};
   }
-  return {narrow.result, beyond};
-}
+  Pack::Mask second_road(Pack x, Pack& r, Pack::Mask m) const {
+    r = simd::select(m, Root::root(x, simd::rsqrt_estimate_any_exponent(x)).result, r);
+    return m & outside(x, Root::kLow, kLargestRooted);
+  }
+};
 
 // ---- Callouts ------------------------------------------------------------------------------------------------------
 
@@ -65,7 +69,7 @@ template <class Real>
 inline Status sqrt_callout(const Real* a, Real* r) {
   const Real x = *a;
   if (callout::is_special(x)) {
-    if (!callout::is_nan(x) && callout::is_negative(x)) return *r = callout::invalid<Real>(), kDomain;
+    if (!simd::Ieee<Real>::is_nan(x) && callout::is_negative(x)) return *r = callout::invalid<Real>(), kDomain;
     return *r = x + x, kOk;
   }
   if (x == 0) return *r = x + x, kOk;  // +-0 as it is; under denormals-are-zero the zero of a denormal's sign
@@ -79,7 +83,7 @@ inline Status inv_sqrt_callout(const typename Formula::Pack::Real* a, typename F
   using Real = typename Formula::Pack::Real;
   constexpr Real kRoot = sizeof(Real) == 4 ? Real(0x1p20) : Real(0x1p80);  // 2^kScale
   const Real x = *a;
-  if (callout::is_nan(x)) return *r = x / x, kOk;
+  if (simd::Ieee<Real>::is_nan(x)) return *r = x / x, kOk;
   if (x == callout::kInfinity<Real>) return *r = 0, kOk;
   if (x == 0) return *r = callout::pole(x), kPole;
   if (x < 0) return *r = callout::invalid<Real>(), kDomain;  // -infinity too
@@ -141,18 +145,16 @@ inline PackF64 quadratic(PackF64 e) {
 }
 constexpr double kQuadraticBound = 1.25;
 
-struct SqrtF64EP {
-  using Pack = PackF64;
-  static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x) const {
-    return with_rsqrt_estimate(x, kQuadraticBound, 0x1p-1022, kLargestRooted, [x](Pack g) {
-      const Pack y = x * g;
-      const Pack p = quadratic(all<Pack>(1) - y * g);
-      return RootF64{y * p, p};
-    });
+struct SqrtF64EPRoot {
+  static constexpr double kLow = 0x1p-1022, kBound = kQuadraticBound;
+  static RootF64 root(PackF64 x, PackF64 g) {
+    const PackF64 y = x * g;
+    const PackF64 p = quadratic(all<PackF64>(1) - y * g);
+    return {y * p, p};
   }
   static Status callout(const double* a, double* r) { return sqrt_callout(a, r); }
 };
+using SqrtF64EP = RootKernelF64<SqrtF64EPRoot>;
 
 // ---- Reciprocal square root ----------------------------------------------------------------------------------------
 
@@ -202,43 +204,37 @@ inline PackF64 inv_sqrt_series(PackF64 e) {
 }
 constexpr double kSeriesBound = 0.25;
 
-struct InvSqrtF64HA {
-  using Pack = PackF64;
-  static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x) const {
-    // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
-    const Pack head = x & all_bits<Pack>(0xFFFF000000000000);
-    return with_rsqrt_estimate(x, kSeriesBound, kLeastInvertedHA, kLargestRooted, [x, head](Pack g) {
-      const Pack g2 = g * g;
-      const Pack p = inv_sqrt_series((all<Pack>(1) - head * g2) - (x - head) * g2);
-      return RootF64{g + g * p, p};
-    });
+struct InvSqrtF64HARoot {
+  static constexpr double kLow = kLeastInvertedHA, kBound = kSeriesBound;
+  // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
+  static RootF64 root(PackF64 x, PackF64 g) {
+    const PackF64 head = x & all_bits<PackF64>(0xFFFF000000000000);
+    const PackF64 g2 = g * g;
+    const PackF64 p = inv_sqrt_series((all<PackF64>(1) - head * g2) - (x - head) * g2);
+    return {g + g * p, p};
   }
-  static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
+  static Status callout(const double* a, double* r) { return inv_sqrt_callout<RootKernelF64<InvSqrtF64HARoot>>(a, r); }
 };
+using InvSqrtF64HA = RootKernelF64<InvSqrtF64HARoot>;
 
-struct InvSqrtF64LA {
-  using Pack = PackF64;
-  static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x) const {
-    return with_rsqrt_estimate(x, kSeriesBound, kLeastInverted, kLargestRooted, [x](Pack g) {
-      const Pack p = inv_sqrt_series(all<Pack>(1) - x * (g * g));
-      return RootF64{g + g * p, p};
-    });
+struct InvSqrtF64LARoot {
+  static constexpr double kLow = kLeastInverted, kBound = kSeriesBound;
+  static RootF64 root(PackF64 x, PackF64 g) {
+    const PackF64 p = inv_sqrt_series(all<PackF64>(1) - x * (g * g));
+    return {g + g * p, p};
   }
-  static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
+  static Status callout(const double* a, double* r) { return InvSqrtF64HA::callout(a, r); }
 };
+using InvSqrtF64LA = RootKernelF64<InvSqrtF64LARoot>;
 
-struct InvSqrtF64EP {
-  using Pack = PackF64;
-  static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x) const {
-    return with_rsqrt_estimate(x, kQuadraticBound, kLeastInverted, kLargestRooted, [x](Pack g) {
-      const Pack p = quadratic(all<Pack>(1) - x * (g * g));
-      return RootF64{g * p, p};
-    });
+struct InvSqrtF64EPRoot {
+  static constexpr double kLow = kLeastInverted, kBound = kQuadraticBound;
+  static RootF64 root(PackF64 x, PackF64 g) {
+    const PackF64 p = quadratic(all<PackF64>(1) - x * (g * g));
+    return {g * p, p};
   }
-  static Status callout(const double* a, double* r) { return inv_sqrt_callout<InvSqrtF64HA>(a, r); }
+  static Status callout(const double* a, double* r) { return InvSqrtF64HA::callout(a, r); }
 };
+using InvSqrtF64EP = RootKernelF64<InvSqrtF64EPRoot>;
 
 }  // namespace qlx::powroot

@@ -217,6 +217,22 @@ inline typename Pack::Mask not_finite(Pack x) {
   return not_greater_equal(all<Pack>(std::bit_cast<Real>(std::bit_cast<typename Pack::Bits>(kInfinity) - 1)), abs(x));
 }
 
+// x's bits as an integer, plus a small number.
+inline PackF32 add_bits(PackF32 x, int32_t k) {
+  const __m128i step = _mm_set1_epi32(k);
+  const __m256i bits = _mm256_castps_si256(x.v);
+  const __m128i low = _mm_add_epi32(_mm256_castsi256_si128(bits), step);
+  const __m128i high = _mm_add_epi32(_mm256_extractf128_si256(bits, 1), step);
+  return {_mm256_castsi256_ps(_mm256_setr_m128i(low, high))};
+}
+inline PackF64 add_bits(PackF64 x, int64_t k) {
+  const __m128i step = _mm_set1_epi64x(k);
+  const __m256i bits = _mm256_castpd_si256(x.v);
+  const __m128i low = _mm_add_epi64(_mm256_castsi256_si128(bits), step);
+  const __m128i high = _mm_add_epi64(_mm256_extractf128_si256(bits, 1), step);
+  return {_mm256_castsi256_pd(_mm256_setr_m128i(low, high))};
+}
+
 // Element by element: lane k is p[k * stride].
 inline PackF32 gather(const float* p, std::ptrdiff_t stride) {
   const float* q = p + 4 * stride;
