@@ -51,7 +51,7 @@ struct RootF64 {
 template <class Root>
 struct RootKernelF64 : Root {
   using Pack = PackF64;
-  static constexpr int kBlock = 16;
+  static constexpr int kBlock = Root::kBlock;
   shell::Marked<Pack> formula(Pack x) const {
     const RootF64 y = Root::root(x, simd::rsqrt_estimate(x));
     return {y.result, simd::not_less_equal(y.series, all<Pack>(Root::kBound))};
@@ -146,6 +146,7 @@ inline PackF64 quadratic(PackF64 e) {
 constexpr double kQuadraticBound = 1.25;
 
 struct SqrtF64EPRoot {
+  static constexpr int kBlock = 16;
   static constexpr double kLow = 0x1p-1022, kBound = kQuadraticBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 y = x * g;
@@ -205,6 +206,7 @@ inline PackF64 inv_sqrt_series(PackF64 e) {
 constexpr double kSeriesBound = 0.25;
 
 struct InvSqrtF64HARoot {
+  static constexpr int kBlock = 8;
   static constexpr double kLow = kLeastInvertedHA, kBound = kSeriesBound;
   // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
   static RootF64 root(PackF64 x, PackF64 g) {
@@ -218,6 +220,7 @@ struct InvSqrtF64HARoot {
 using InvSqrtF64HA = RootKernelF64<InvSqrtF64HARoot>;
 
 struct InvSqrtF64LARoot {
+  static constexpr int kBlock = 8;
   static constexpr double kLow = kLeastInverted, kBound = kSeriesBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 p = inv_sqrt_series(all<PackF64>(1) - x * (g * g));
@@ -228,6 +231,7 @@ struct InvSqrtF64LARoot {
 using InvSqrtF64LA = RootKernelF64<InvSqrtF64LARoot>;
 
 struct InvSqrtF64EPRoot {
+  static constexpr int kBlock = 16;
   static constexpr double kLow = kLeastInverted, kBound = kQuadraticBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 p = quadratic(all<PackF64>(1) - x * (g * g));
