@@ -14,6 +14,14 @@ inline PackF32 rsqrt_estimate(PackF32 x) {
   return {_mm256_rsqrt_ps(x.v)};
 }
 
+// 1/x, for x in a float's range.
+inline PackF32 reciprocal_estimate(PackF32 x) {
+  return {_mm256_rcp_ps(x.v)};
+}
+inline PackF64 reciprocal_estimate(PackF64 x) {
+  return {_mm256_cvtps_pd(_mm_rcp_ps(_mm256_cvtpd_ps(x.v)))};
+}
+
 // 1/sqrt(x) for x in a float's range. What lies beyond it gives 0 or an infinity, and a negative x a NaN.
 inline PackF64 rsqrt_estimate(PackF64 x) {
   return {_mm256_cvtps_pd(_mm_rsqrt_ps(_mm256_cvtpd_ps(x.v)))};

@@ -4,3 +4,4 @@
 
 #include "vecmath/simd/avx.h"
 #include "vecmath/simd/avx_estimate.h"
+#include "vecmath/simd/avx_integer.h"
