@@ -868,6 +868,32 @@ QLX_API void _qvmdInvSqrtI(int32_t n, const double *a, int32_t inca, double *r, 
 QLX_API void _qvmdInvSqrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 QLX_API void _qvmdInvSqrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 
+/* Hypot: r = the square root of a^2 + b^2. */
+QLX_API extern void (*const qlx_qvm_kernel_sHypot_ttab[3])(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern const float qlx_qvm_kernel_sHypot_ctab[3];
+QLX_API void _qvmsHypot_21(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot_HA(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot_11(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sHypotI_ttab[3])(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sHypotI_ctab[3];
+QLX_API void _qvmsHypotI_21(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI_HA(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI_11(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dHypot_ttab[3])(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern const float qlx_qvm_kernel_dHypot_ctab[3];
+QLX_API void _qvmdHypot_50(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot_HA(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot_26(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dHypotI_ttab[3])(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dHypotI_ctab[3];
+QLX_API void _qvmdHypotI_50(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI_HA(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI_26(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif
