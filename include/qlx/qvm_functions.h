@@ -972,6 +972,32 @@ QLX_API void _qvmdPow2o3I(int32_t n, const double *a, int32_t inca, double *r, i
 QLX_API void _qvmdPow2o3I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 QLX_API void _qvmdPow2o3I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 
+/* Pow3o2: r = the square root of a^3. */
+QLX_API extern void (*const qlx_qvm_kernel_sPow3o2_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sPow3o2_ctab[3];
+QLX_API void _qvmsPow3o2_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow3o2(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow3o2_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow3o2_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sPow3o2I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sPow3o2I_ctab[3];
+QLX_API void _qvmsPow3o2I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow3o2I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow3o2I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow3o2I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dPow3o2_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dPow3o2_ctab[3];
+QLX_API void _qvmdPow3o2_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow3o2(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow3o2_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow3o2_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dPow3o2I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dPow3o2I_ctab[3];
+QLX_API void _qvmdPow3o2I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow3o2I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow3o2I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow3o2I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

@@ -47,7 +47,7 @@ struct RootF64 {
 // A double kernel by its Root, which computes result and series from x and the estimate g. The formula takes the
 // estimate through a float. Lanes beyond a float's range show in the series: g = 0 makes e = 1, an infinite g makes e
 // infinite, and what all of them have in common is a series that isn't at most kBound, which no |e| <= 2^-10 comes
-// near. They take the estimate that costs more, and need care if they are outside of [kLow, kLargestRooted].
+// near. They take the estimate that costs more, and need care if they are outside of [kLow, kHigh].
 template <class Root>
 struct RootKernelF64 : Root {
   using Pack = PackF64;
@@ -58,7 +58,7 @@ struct RootKernelF64 : Root {
   }
   Pack::Mask second_road(Pack x, Pack& r, Pack::Mask m) const {
     r = simd::select(m, Root::root(x, simd::rsqrt_estimate_any_exponent(x)).result, r);
-    return m & outside(x, Root::kLow, kLargestRooted);
+    return m & outside(x, Root::kLow, Root::kHigh);
   }
 };
 
@@ -147,7 +147,7 @@ constexpr double kQuadraticBound = 1.25;
 
 struct SqrtF64EPRoot {
   static constexpr int kBlock = 16;
-  static constexpr double kLow = 0x1p-1022, kBound = kQuadraticBound;
+  static constexpr double kLow = 0x1p-1022, kHigh = kLargestRooted, kBound = kQuadraticBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 y = x * g;
     const PackF64 p = quadratic(all<PackF64>(1) - y * g);
@@ -207,7 +207,7 @@ constexpr double kSeriesBound = 0.25;
 
 struct InvSqrtF64HARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastInvertedHA, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastInvertedHA, kHigh = kLargestRooted, kBound = kSeriesBound;
   // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 head = x & all_bits<PackF64>(0xFFFF000000000000);
@@ -221,7 +221,7 @@ using InvSqrtF64HA = RootKernelF64<InvSqrtF64HARoot>;
 
 struct InvSqrtF64LARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastInverted, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted, kBound = kSeriesBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 p = inv_sqrt_series(all<PackF64>(1) - x * (g * g));
     return {g + g * p, p};
@@ -232,7 +232,7 @@ using InvSqrtF64LA = RootKernelF64<InvSqrtF64LARoot>;
 
 struct InvSqrtF64EPRoot {
   static constexpr int kBlock = 16;
-  static constexpr double kLow = kLeastInverted, kBound = kQuadraticBound;
+  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted, kBound = kQuadraticBound;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 p = quadratic(all<PackF64>(1) - x * (g * g));
     return {g * p, p};
