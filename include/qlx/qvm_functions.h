@@ -998,6 +998,84 @@ QLX_API void _qvmdPow3o2I(int32_t n, const double *a, int32_t inca, double *r, i
 QLX_API void _qvmdPow3o2I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 QLX_API void _qvmdPow3o2I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 
+/* Pow: r = a to the power b. */
+QLX_API extern void (*const qlx_qvm_kernel_sPow_ttab[3])(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern const float qlx_qvm_kernel_sPow_ctab[3];
+QLX_API void _qvmsPow_21(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPow(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPow_HA(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPow_11(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sPowI_ttab[3])(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sPowI_ctab[3];
+QLX_API void _qvmsPowI_21(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowI(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowI_HA(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowI_11(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dPow_ttab[3])(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern const float qlx_qvm_kernel_dPow_ctab[3];
+QLX_API void _qvmdPow_50(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPow(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPow_HA(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPow_26(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dPowI_ttab[3])(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dPowI_ctab[3];
+QLX_API void _qvmdPowI_50(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowI(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowI_HA(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowI_26(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+
+/* Powr: r = a to the power b, for a not negative. */
+QLX_API extern void (*const qlx_qvm_kernel_sPowr_ttab[3])(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern const float qlx_qvm_kernel_sPowr_ctab[3];
+QLX_API void _qvmsPowr_21(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPowr(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPowr_HA(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsPowr_11(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sPowrI_ttab[3])(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sPowrI_ctab[3];
+QLX_API void _qvmsPowrI_21(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowrI(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowrI_HA(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsPowrI_11(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dPowr_ttab[3])(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern const float qlx_qvm_kernel_dPowr_ctab[3];
+QLX_API void _qvmdPowr_50(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPowr(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPowr_HA(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdPowr_26(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dPowrI_ttab[3])(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dPowrI_ctab[3];
+QLX_API void _qvmdPowrI_50(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowrI(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowrI_HA(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdPowrI_26(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+
+/* Powx: r = a to the power of the scalar b. */
+QLX_API extern void (*const qlx_qvm_kernel_sPowx_ttab[3])(int32_t n, const float *a, float b, float *r);
+QLX_API extern const float qlx_qvm_kernel_sPowx_ctab[3];
+QLX_API void _qvmsPowx_21(int32_t n, const float *a, float b, float *r);
+QLX_API void _qvmsPowx(int32_t n, const float *a, float b, float *r);
+QLX_API void _qvmsPowx_HA(int32_t n, const float *a, float b, float *r);
+QLX_API void _qvmsPowx_11(int32_t n, const float *a, float b, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sPowxI_ttab[3])(int32_t n, const float *a, int32_t inca, float b, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sPowxI_ctab[3];
+QLX_API void _qvmsPowxI_21(int32_t n, const float *a, int32_t inca, float b, float *r, int32_t incr);
+QLX_API void _qvmsPowxI(int32_t n, const float *a, int32_t inca, float b, float *r, int32_t incr);
+QLX_API void _qvmsPowxI_HA(int32_t n, const float *a, int32_t inca, float b, float *r, int32_t incr);
+QLX_API void _qvmsPowxI_11(int32_t n, const float *a, int32_t inca, float b, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dPowx_ttab[3])(int32_t n, const double *a, double b, double *r);
+QLX_API extern const float qlx_qvm_kernel_dPowx_ctab[3];
+QLX_API void _qvmdPowx_50(int32_t n, const double *a, double b, double *r);
+QLX_API void _qvmdPowx(int32_t n, const double *a, double b, double *r);
+QLX_API void _qvmdPowx_HA(int32_t n, const double *a, double b, double *r);
+QLX_API void _qvmdPowx_26(int32_t n, const double *a, double b, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dPowxI_ttab[3])(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dPowxI_ctab[3];
+QLX_API void _qvmdPowxI_50(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
+QLX_API void _qvmdPowxI(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
+QLX_API void _qvmdPowxI_HA(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
+QLX_API void _qvmdPowxI_26(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

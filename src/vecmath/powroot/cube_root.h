@@ -25,6 +25,7 @@
 
 #include "frame/shell.h"
 #include "vecmath/callout.h"
+#include "vecmath/powroot/polynomial.h"
 
 namespace qlx::powroot {
 
@@ -93,16 +94,6 @@ struct Pow2o3Power {
 };
 
 // ---- Core steps ----------------------------------------------------------------------------------------------------
-
-// c[0] + c[1] x + ... of the first kCount coefficients.
-template <int kCount, class Pack, class Real, size_t kSize>
-inline Pack polynomial(Pack x, const Real (&c)[kSize]) {
-  static_assert(kCount <= static_cast<int>(kSize));
-  Pack p = all<Pack>(c[kCount - 1]);
-#pragma GCC unroll 16
-  for (int k = kCount - 2; k >= 0; --k) p = all<Pack>(c[k]) + x * p;
-  return p;
-}
 
 // Positive or negative, normal and finite.
 template <class Pack>
@@ -261,7 +252,7 @@ struct CbrtF32 : Ordinary {
     const Pack own = x + x;
     const auto itself = (scaled == all<Pack>(0)) | simd::not_finite(scaled);
     r = simd::select(m, simd::select(itself, own, root), r);
-    return m & simd::unordered(all<Pack>(0), all<Pack>(0));
+    return simd::first_lanes(m, 0);  // none is left
   }
 };
 

@@ -25,8 +25,8 @@ double general_power(double x, double y, double sign) {
   } else if (n >= -1000) {
     power = (value + rest) * power_of_2(n);
   } else {
-    // Scaled by 2^1022 the least denormal is 2^-52, the last bit of 1 + (less than 1): the sum with 1 is rounded where a
-    // denormal would be, and keeps what a first rounding of the two words would lose. Normal results need no sum.
+    // Scaled by 2^1022 the least denormal is 2^-52, the last bit of 1 + (less than 1): the sum with 1 is rounded where
+    // a denormal would be, and keeps what a first rounding of the two words would lose. Normal results need no sum.
     const double scaled_value = value * power_of_2(n + 1022), scaled_rest = rest * power_of_2(n + 1022);
     double scaled = scaled_value + scaled_rest;
     if (scaled < 1) {

@@ -16,7 +16,8 @@
 //
 // where c1 = log2(e)/A - 1 = 9.6e-8: the leading term needs no product in two words. m splits into 29 bits and 24, so
 // that both products with T's 24 bits are exact. In row 0 T is A, and in row 1024 A/2: their logarithms are 0, so that
-// the sum keeps its relative accuracy near x = 1. From row 425 up, where m is above the square root of 2, e is one more.
+// the sum keeps its relative accuracy near x = 1. From row 425 up, where m is above the square root of 2, e is one
+// more.
 //
 // Method: P. T. P. Tang, "Table-driven implementation of the logarithm function" (ACM TOMS 16, 1990), and of the
 // exponential function (TOMS 15, 1989); Fast2Sum and the splitting of products: T. J. Dekker (Numer. Math. 18, 1971).
@@ -25,6 +26,7 @@
 #include "frame/shell.h"
 #include "vecmath/callout.h"
 #include "vecmath/explog/log_core.h"
+#include "vecmath/powroot/polynomial.h"
 
 namespace qlx::powroot {
 
@@ -64,8 +66,8 @@ inline PackF64 ln_f64(PackF64 x) {
   return (l.e * all<Pack>(0x1.62e42fefa39efp-1) + explog::ln_of_reciprocal(l.row)) + (l.r + (l.r * l.r) * q);
 }
 
-// e^t for |t| <= 709: k = rint(t 2048 / ln 2), 2^(k/2048) from the table, and 1 + r + r^2/2, |r| <= 1.7e-4, which leaves
-// r^3/6 = 2^-40. One part of ln 2 / 2048 does: its product is off by 2^-53 t.
+// e^t for |t| <= 709: k = rint(t 2048 / ln 2), 2^(k/2048) from the table, and 1 + r + r^2/2, |r| <= 1.7e-4, which
+// leaves r^3/6 = 2^-40. One part of ln 2 / 2048 does: its product is off by 2^-53 t.
 inline PackF64 exp_f64(PackF64 t) {
   using Pack = PackF64;
   const Pack shifter = all<Pack>(0x1.8p52);
@@ -79,7 +81,7 @@ inline PackF64 exp_f64(PackF64 t) {
 // ---- log2 in two words, and 2^t ------------------------------------------------------------------------------------
 
 struct Log2Words {
-  PackF64 high, low;  // |low| < 2^-21 or 2^-52 of high, whichever is more
+  PackF64 high, low;  // |low| <= 2^-11 |high|
 };
 
 // log2 x + offset. kDegree is the last power of R: at 6 the series leaves 2^-68 of R, at 7 2^-78.
@@ -95,19 +97,20 @@ inline Log2Words log2_words(PackF64 x, PackF64 offset) {
   const Pack m = (x & all_bits<Pack>(0x000FFFFFFFFFFFFF)) | all<Pack>(1);
   const Pack scale = simd::look_up(kPowScale, row);
   const auto [log_high, log_low] = simd::look_up(kPowLog2, row);
-  const Pack head = m & all_bits<Pack>(0xFFFFFFFFFF000000);
+  // Rounded to a multiple of 2^-28, so that the two products never cancel: next to 1 and 2 the head's is 0.
+  const Pack to_grid = all<Pack>(0x1.8p24);
+  const Pack head = (m + to_grid) - to_grid;
   const Pack r_high = head * scale - all<Pack>(0x1.715474p0);  // exact: the product, and by Sterbenz the difference
-  const Pack r_low = (m - head) * scale;                       // exact, below 2^-27
+  const Pack r_low = (m - head) * scale;                       // exact, at most 2^-28
   const Pack r = r_high + r_low;
-  Pack series = all<Pack>(kPowLogSeries[kDegree - 1]);
-#pragma GCC unroll 8
-  for (int k = kDegree - 2; k >= 1; --k) series = all<Pack>(kPowLogSeries[k]) + r * series;
+  const Pack series = polynomial<kDegree>(r, kPowLogSeries);  // all terms over R
   // e and the table's high word are multiples of 2^-40 below 2^11: their sum is exact, and larger than R, or 0.
   const Pack sum = e + log_high;
-  const Pack high = sum + r_high;
-  const Pack rest = (sum - high) + r_high;
-  const Pack low = (rest + r_low) + (log_low + (r * all<Pack>(kPowLogSeries[0]) + (r * r) * series));
-  return {high, low};
+  const Pack first = sum + r_high;
+  // Either first is 0, or r_low is the smaller, or sum holds more than both.
+  const Pack high = first + r_low;
+  const Pack rest = ((sum - first) + r_high) + ((first - high) + r_low);
+  return {high, rest + (log_low + r * series)};
 }
 
 // t = y log2 x in two words: 26 bits of y times 26 of the logarithm are exact.
@@ -129,9 +132,7 @@ inline Exp2Words exp2_words(const Log2Words& t) {
   const Pack shifter = all<Pack>(0x1.8p45);
   const Pack shifted = t.high + shifter;
   const Pack r = (t.high - (shifted - shifter)) + t.low;  // |r| <= 2^-8
-  Pack series = all<Pack>(kPowExpSeries[kDegree - 1]);
-#pragma GCC unroll 8
-  for (int k = kDegree - 2; k >= 0; --k) series = all<Pack>(kPowExpSeries[k]) + r * series;
+  const Pack series = polynomial<kDegree>(r, kPowExpSeries);
   const auto [value, rest] = simd::look_up(kExp2Rows128, simd::low_words(shifted) & simd::integers_f64(0x7F));
   return {value, rest + value * (r * series), shifted};
 }
@@ -215,16 +216,16 @@ struct PowF32EP {
     const Pack m = simd::from_bits((above & simd::integers_f32(0x007FFFFF)) + two_thirds);
     const Pack r = m - all<Pack>(1);
     // ln m, given, 2^-21; two parts of ln 2, of which the first has 15 bits.
-    Pack q = all<Pack>(-0.15177205f);
-    for (const float c : {0.16964881f, -0.16462457f, 0.19822504f, -0.25004664f, 0.33336565f, -0.5f}) {
-      q = all<Pack>(c) + r * q;
-    }
+    static constexpr float kLog[] = {-0.5f,        0.33336565f, -0.25004664f, 0.19822504f,
+                                     -0.16462457f, 0.16964881f, -0.15177205f};
+    const Pack q = polynomial<7>(r, kLog);
     const Pack log = n * all<Pack>(0x1.62e4p-1f) + (n * all<Pack>(0x1.7f7d1cp-20f) + (r + (r * r) * q));
     const Pack t = y * log;
     // e^t, given: k ln 2 in one part, a cubic whose error is 1e-4 at most.
     const Pack k = simd::round_current_quietly(t * all<Pack>(0x1.715476p0f));
     const Pack s = t - k * all<Pack>(0x1.62e43p-1f);
-    const Pack p = all<Pack>(1) + s * (all<Pack>(1.000118f) + s * (all<Pack>(0.50370538f) + s * all<Pack>(0.16541928f)));
+    const Pack p =
+        all<Pack>(1) + s * (all<Pack>(1.000118f) + s * (all<Pack>(0.50370538f) + s * all<Pack>(0.16541928f)));
     const Pack power = simd::bits_of_real((k + all<Pack>(127)) * all<Pack>(0x1p23f));
     return {p * power, base_needs_care(x) | beyond(t, 0x1.5d34p6f)};
   }
