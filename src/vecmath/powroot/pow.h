@@ -81,7 +81,7 @@ inline PackF64 exp_f64(PackF64 t) {
 // ---- log2 in two words, and 2^t ------------------------------------------------------------------------------------
 
 struct Log2Words {
-  PackF64 high, low;  // |low| <= 2^-11 |high|
+  PackF64 high, low;  // |low| <= 2^-53 |high|, but for t, where it is 2^-24
 };
 
 // log2 x + offset. kDegree is the last power of R: at 6 the series leaves 2^-68 of R, at 7 2^-78.
@@ -110,7 +110,9 @@ inline Log2Words log2_words(PackF64 x, PackF64 offset) {
   // Either first is 0, or r_low is the smaller, or sum holds more than both.
   const Pack high = first + r_low;
   const Pack rest = ((sum - first) + r_high) + ((first - high) + r_low);
-  return {high, rest + (log_low + r * series)};
+  const Pack low = rest + (log_low + r * series);  // up to 2^-11 of high, until it is made its rounding error
+  const Pack both = high + low;
+  return {both, (high - both) + low};
 }
 
 // t = y log2 x in two words: 26 bits of y times 26 of the logarithm are exact.
