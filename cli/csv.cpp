@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 
 #include "error.h"
@@ -94,24 +93,23 @@ CsvReader::CsvReader(const std::string& path, CsvOptions options) : file_(path =
     for (size_t k = 0; k < names_.size(); ++k) names_[k] = std::to_string(k + 1);
 }
 
-CsvReader::~CsvReader() {
-  std::free(line_text_);
+bool CsvReader::line_is_blank() const {
+  // A tab that delimits makes fields, though empty ones.
+  return line_.text.find_first_not_of(csv_get_delim(parser_.get()) == '\t' ? " \r\n" : " \t\r\n") ==
+         std::string_view::npos;
 }
 
 bool CsvReader::read_line() {
   errno = 0;
-  const ssize_t size = getline(&line_text_, &line_capacity_, stream_.get());
+  const ssize_t size = getline(&line_.buffer, &line_.capacity, stream_.get());
   if (size < 0) {
     if (std::ferror(stream_.get())) throw Error(file_ + ": cannot read: " + std::strerror(errno));
     if (errno == ENOMEM) fail(line_number_ + 1, "the line is too long for the memory");
     return false;
   }
-  line_size_ = static_cast<size_t>(size);
+  line_.text = {line_.buffer, static_cast<size_t>(size)};
   bytes_read_ += size;
-  if (++line_number_ == 1 && std::string_view(line_text_, line_size_).starts_with(kByteOrderMark)) {
-    line_size_ -= kByteOrderMark.size();
-    std::memmove(line_text_, line_text_ + kByteOrderMark.size(), line_size_);
-  }
+  if (++line_number_ == 1 && line_.text.starts_with(kByteOrderMark)) line_.text.remove_prefix(kByteOrderMark.size());
   return true;
 }
 
@@ -129,14 +127,13 @@ bool CsvReader::read_row(CsvRow* row) {
         fail(row->line_, "a quoted field is not closed");
       break;
     }
-    const std::string_view line(line_text_, line_size_);
+    const std::string_view line = line_.text;
     if (!row_begun) {
       row->line_ = line_number_;
-      if (line.find_first_not_of(" \t\r\n") == line.npos) {
+      if (line_is_blank()) {
         // Blank lines are welcome at the end alone: elsewhere one may stand for a missing value.
         while (read_line())
-          if (std::string_view(line_text_, line_size_).find_first_not_of(" \t\r\n") != line.npos)
-            fail(row->line_, "a blank line between rows");
+          if (!line_is_blank()) fail(row->line_, "a blank line between rows");
         return false;
       }
     }

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -57,7 +58,6 @@ class CsvReader {
  public:
   // Opens `path` ("-" is stdin) and reads the header, or the first row.
   explicit CsvReader(const std::string& path, CsvOptions options = {});
-  ~CsvReader();
 
   const std::string& file() const { return file_; }  // the name for messages
   bool has_header() const { return has_header_; }
@@ -95,16 +95,26 @@ class CsvReader {
     void operator()(csv_parser* parser) const;
   };
 
+  // The line read last, with its end, in getline(3)'s own buffer.
+  struct Line {
+    Line() = default;
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+    ~Line() { std::free(buffer); }
+    std::string_view text;
+    char* buffer = nullptr;
+    size_t capacity = 0;
+  };
+
   bool read_line();
+  bool line_is_blank() const;
   bool read_row(CsvRow* row);
   [[noreturn]] void fail(int64_t line, const std::string& message) const;
 
   std::string file_;
   std::unique_ptr<std::FILE, CloseFile> stream_;
   std::unique_ptr<csv_parser, FreeParser> parser_;
-  char* line_text_ = nullptr;  // the line read last, with its end: getline(3)'s buffer
-  size_t line_capacity_ = 0;
-  size_t line_size_ = 0;
+  Line line_;
   int64_t line_number_ = 0;
   int64_t bytes_read_ = 0;
   int64_t bytes_total_ = 0;

@@ -16,11 +16,6 @@ const Shape kShapes[] = {
 };
 static_assert(std::size(kShapes) == std::variant_size_v<Kernel<double>>);
 
-template <typename Real>
-std::optional<KernelTable<Real>>& tables_of(Function* function) {
-  return const_cast<std::optional<KernelTable<Real>>&>(function->tables<Real>());
-}
-
 // Adds the kernels of one row of the catalogue. Rows whose kernels have none of Kernel's types, that is pack, unpack
 // and the complex types, find no use on columns of a file and are passed over.
 template <typename KernelPointer>
@@ -28,10 +23,10 @@ void add(std::vector<Function>* list, const char* name, const char* equation, co
   const auto add_as = [&]<typename Real>(Real) {
     if constexpr (std::is_constructible_v<Kernel<Real>, KernelPointer>) {
       auto found = std::find_if(list->begin(), list->end(), [&](const Function& f) { return f.name == name; });
-      if (found == list->end()) found = list->insert(found, Function{name, equation, nullptr, {}, {}});
+      if (found == list->end()) found = list->insert(found, Function{name, equation, nullptr, {}});
       const KernelTable<Real> kernels{table[0], table[1], table[2]};
       found->shape = &kShapes[kernels[0].index()];
-      tables_of<Real>(&*found) = kernels;
+      std::get<std::optional<KernelTable<Real>>>(found->tables) = kernels;
     }
   };
   add_as(double());
@@ -55,6 +50,8 @@ template <typename... Visitors>
 struct Overloaded : Visitors... {
   using Visitors::operator()...;
 };
+template <typename... Visitors>
+Overloaded(Visitors...) -> Overloaded<Visitors...>;  // clang 14 does not deduce it by itself
 
 }  // namespace
 

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <variant>
 #include <vector>
 
@@ -38,16 +39,12 @@ struct Function {
   std::string name;      // as the catalogue has it, such as "SinCos"
   std::string equation;  // what it computes, such as "r = the least integer not below a"
   const Shape* shape;
-  std::optional<KernelTable<double>> d;
-  std::optional<KernelTable<float>> s;
+  std::tuple<std::optional<KernelTable<double>>, std::optional<KernelTable<float>>> tables;
 
+  // Its kernels of one type, if it has that type.
   template <typename Real>
-  const std::optional<KernelTable<Real>>& tables() const {
-    if constexpr (sizeof(Real) == sizeof(double)) {
-      return d;
-    } else {
-      return s;
-    }
+  const std::optional<KernelTable<Real>>& table() const {
+    return std::get<std::optional<KernelTable<Real>>>(tables);
   }
 };
 

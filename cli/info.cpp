@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "functions.h"
+#include "generators.h"
 #include "output.h"
 #include "qlx/core.h"
 #include "qlx/qvm.h"
@@ -130,14 +131,10 @@ std::string library_path() {
                                                                                            : "unknown";
 }
 
-std::string function_count() {
-  const auto count = [](char type) {
-    return std::to_string(
-               std::count_if(functions().begin(), functions().end(),
-                             [type](const Function& f) { return type == 'd' ? f.d.has_value() : f.s.has_value(); })) +
-           " of type " + type;
-  };
-  return count('d') + ", " + count('s') + " (qlx math --list)";
+template <typename Real>
+std::string function_count(char type) {
+  const auto has_type = [](const Function& function) { return function.table<Real>().has_value(); };
+  return std::to_string(std::count_if(functions().begin(), functions().end(), has_type)) + " of type " + type;
 }
 
 // What qlx info prints, a line for each row. A room that has something to tell, such as its generators, adds a row.
@@ -155,7 +152,9 @@ const Fact kFacts[] = {
     {"absent", [] { return processor_features(false); }},
     {"thread limit", [] { return std::to_string(qlx_qst_serv_threader_get_num_threads_limit()); }},
     {"mode", [] { return mode_text(_qvmGetMode()); }},
-    {"functions", function_count},
+    {"functions",
+     [] { return function_count<double>('d') + ", " + function_count<float>('s') + " (qlx math --list)"; }},
+    {"generators", [] { return join(generator_names(), " "); }},
 };
 
 }  // namespace

@@ -172,7 +172,7 @@ void append_summary(Output* out, const std::map<int32_t, int64_t>& counts, int64
 template <typename Real>
 int evaluate(const Function& function, const Arguments& arguments) {
   const Shape& shape = *function.shape;
-  if (!function.tables<Real>()) throw Error(lower_case(function.name) + " has no kernels of type " + arguments.type);
+  if (!function.table<Real>()) throw Error(lower_case(function.name) + " has no kernels of type " + arguments.type);
   const std::vector<Real> parameters = parse_parameters<Real>(function, arguments);
   std::vector<std::string> parameter_texts;
   for (const Real value : parameters) parameter_texts.push_back(number_text(value));
@@ -182,7 +182,7 @@ int evaluate(const Function& function, const Arguments& arguments) {
   if (columns.empty())
     for (size_t k = 0; k < reader.names().size(); ++k) columns.push_back(k);
   const std::vector<Application> applications = make_applications(function, reader, columns, parameter_texts);
-  const Kernel<Real>& kernel = (*function.tables<Real>())[set_mode(arguments.accuracy)];
+  const Kernel<Real>& kernel = (*function.table<Real>())[set_mode(arguments.accuracy)];
   const char delimiter = arguments.csv.options().delimiter;
 
   Output out, complaints;
@@ -246,9 +246,10 @@ int print_list() {
   out << "function,arguments,results,parameters,types,meaning\n";
   for (const Function& function : functions()) {
     const Shape& shape = *function.shape;
+    const bool d = function.table<double>().has_value(), s = function.table<float>().has_value();
     std::string row = lower_case(function.name) + "," + std::to_string(shape.arguments) + "," +
-                      std::to_string(shape.results) + "," + join(shape.parameters, " ") + "," +
-                      (function.d ? "d" : "") + (function.d && function.s ? " " : "") + (function.s ? "s" : "") + ",";
+                      std::to_string(shape.results) + "," + join(shape.parameters, " ") + "," + (d ? "d" : "") +
+                      (d && s ? " " : "") + (s ? "s" : "") + ",";
     append_csv_field(&row, function.equation);
     out << row << "\n";
   }

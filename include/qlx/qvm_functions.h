@@ -4,9 +4,7 @@
 #ifndef QLX_QVM_FUNCTIONS_H
 #define QLX_QVM_FUNCTIONS_H
 
-#include <stdint.h>
-
-#include "qlx/api.h"
+#include "qlx/qvm.h"
 
 QLX_BEGIN_C
 

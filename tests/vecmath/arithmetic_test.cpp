@@ -18,8 +18,6 @@ template <class Real>
 using BitsOf = std::conditional_t<sizeof(Real) == 4, uint32_t, uint64_t>;
 template <class Real>
 constexpr int kMantissaBits = std::numeric_limits<Real>::digits - 1;
-template <class Real>
-constexpr BitsOf<Real> kSign = BitsOf<Real>{1} << (8 * sizeof(Real) - 1);
 
 template <class Real>
 bool same(Real x, Real y) {
@@ -264,7 +262,7 @@ std::vector<Real> arguments() {
   constexpr int m = kMantissaBits<Real>;
   std::vector<Real> list;
   std::mt19937_64 random(1);
-  for (Bits field = 0; field < (kSign < Real >>> m); ++field) {
+  for (Bits field = 0; field < Bits{1} << (8 * sizeof(Real) - 1 - m); ++field) {
     for (const Bits fraction :
          {Bits{0}, Bits{1}, (Bits{1} << m) - 1, Bits{1} << (m - 1), static_cast<Bits>(random() >> (64 - m))}) {
       list.push_back(std::bit_cast<Real>(field << m | fraction));

@@ -28,7 +28,7 @@ int main() {
       "   Kernel tables, cost tables and entry points of every function; qlx/qvm.h tells how to read the names.\n"
       "   SPDX-License-Identifier: Apache-2.0 */\n"
       "#ifndef QLX_QVM_FUNCTIONS_H\n#define QLX_QVM_FUNCTIONS_H\n\n"
-      "#include <stdint.h>\n\n#include \"qlx/api.h\"\n\nQLX_BEGIN_C\n");
+      "#include \"qlx/qvm.h\"\n\nQLX_BEGIN_C\n");
 #define QLX_FUNCTION(Name, equation) std::printf("\n/* %s: %s. */\n", #Name, equation);
 #define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)                   \
   print_record(#t #Name, *#t, TEXT(QLX_P_##Shape(QLX_TYPE_##t)),      \
