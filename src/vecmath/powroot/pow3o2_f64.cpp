@@ -1,0 +1,9 @@
+// Square root of a cube, double.
+// SPDX-License-Identifier: Apache-2.0
+#include "vecmath/powroot/pow3o2.h"
+
+using namespace qlx::powroot;
+
+QLX_KERNEL(A_R, d, Pow3o2, LA, Pow3o2F64LA)
+QLX_KERNEL(A_R, d, Pow3o2, HA, Pow3o2F64HA)
+QLX_KERNEL(A_R, d, Pow3o2, EP, Pow3o2F64EP)
