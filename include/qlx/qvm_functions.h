@@ -814,6 +814,58 @@ QLX_API void _qvmzUnpackV(int64_t n, const QvmComplexDouble *a, QvmComplexDouble
 QLX_API void _qvmzUnpackV_HA(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 QLX_API void _qvmzUnpackV_26(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 
+/* Sqrt: r = the square root of a. */
+QLX_API extern void (*const qlx_qvm_kernel_sSqrt_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sSqrt_ctab[3];
+QLX_API void _qvmsSqrt_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsSqrt(int32_t n, const float *a, float *r);
+QLX_API void _qvmsSqrt_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsSqrt_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sSqrtI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sSqrtI_ctab[3];
+QLX_API void _qvmsSqrtI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsSqrtI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsSqrtI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsSqrtI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dSqrt_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dSqrt_ctab[3];
+QLX_API void _qvmdSqrt_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdSqrt(int32_t n, const double *a, double *r);
+QLX_API void _qvmdSqrt_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdSqrt_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dSqrtI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dSqrtI_ctab[3];
+QLX_API void _qvmdSqrtI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdSqrtI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdSqrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdSqrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* InvSqrt: r = 1 / the square root of a. */
+QLX_API extern void (*const qlx_qvm_kernel_sInvSqrt_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sInvSqrt_ctab[3];
+QLX_API void _qvmsInvSqrt_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvSqrt(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvSqrt_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvSqrt_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sInvSqrtI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sInvSqrtI_ctab[3];
+QLX_API void _qvmsInvSqrtI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvSqrtI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvSqrtI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvSqrtI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dInvSqrt_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dInvSqrt_ctab[3];
+QLX_API void _qvmdInvSqrt_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvSqrt(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvSqrt_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvSqrt_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dInvSqrtI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dInvSqrtI_ctab[3];
+QLX_API void _qvmdInvSqrtI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvSqrtI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvSqrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvSqrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

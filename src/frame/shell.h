@@ -12,6 +12,8 @@
 //     static Status callout(const float *a, float *r);     // always stores a result
 //     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
 //                                                          // in r and takes them out of m
+//     Pack::Mask second_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: the same before all else, in any mode;
+//                                                          // for a formula that serves the usual lanes at less cost
 //   };
 //
 // Two arguments: formula(a, b), needs_care(a, b), callout(a, b, r). Two results: formula returns Two<Pack>, and the
@@ -246,9 +248,12 @@ class Run {
     if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count);
     compute(x);
     SavedBlock<Real> block;
-    save(x, block);
     uint32_t bits = 0;
-    if constexpr (kHasCare) bits = simd::lane_bits(x.care[0]);
+    if constexpr (kHasCare) {
+      take_second_road(x);
+      bits = simd::lane_bits(x.care[0]);
+    }
+    save(x, block);
     const Views<Real> views = this->views();
     for (int k = 0; k < count; ++k) {
       if constexpr (kHasCare) {
@@ -307,10 +312,24 @@ class Run {
     }
   }
 
-  // Marked lanes: first the short road, when no report is wanted, then the walk. Inlined, so that the fast path's lanes
-  // never have an address.
+  template <int kRegisters>
+  [[gnu::always_inline]] void take_second_road(Registers<kRegisters>& x) const {
+    if constexpr (requires { &Formula::second_road; }) {
+      for (int j = 0; j < kRegisters; ++j) {
+        if constexpr (kTwoArguments) {
+          x.care[j] = formula_.second_road(x.a[j], x.b[j], x.r[j], x.care[j]);
+        } else {
+          x.care[j] = formula_.second_road(x.a[j], x.r[j], x.care[j]);
+        }
+      }
+    }
+  }
+
+  // Marked lanes: first the second road, then the short one, when no report is wanted, then the walk. Inlined, so that
+  // the fast path's lanes never have an address.
   template <int kRegisters>
   [[gnu::always_inline]] void mend(Registers<kRegisters>& x, int32_t i) const {
+    take_second_road(x);
     if constexpr (requires { &Formula::short_road; }) {
       if ((mode_ & QVM_ERRMODE_MASK) == QVM_ERRMODE_NOERR) {
         for (int j = 0; j < kRegisters; ++j) x.care[j] = formula_.short_road(x.a[j], x.r[j], x.care[j]);

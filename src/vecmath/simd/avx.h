@@ -200,6 +200,14 @@ inline Pack abs(Pack x) {
   return and_not(sign_bit<Pack>(), x);
 }
 
+// Lane 0.
+inline float first(PackF32 x) {
+  return _mm_cvtss_f32(_mm256_castps256_ps128(x.v));
+}
+inline double first(PackF64 x) {
+  return _mm_cvtsd_f64(_mm256_castpd256_pd128(x.v));
+}
+
 // Lanes of an infinity or a NaN: those whose magnitude is not at most the largest finite number.
 template <class Pack>
 inline typename Pack::Mask not_finite(Pack x) {

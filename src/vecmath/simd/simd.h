@@ -3,3 +3,5 @@
 #pragma once
 
 #include "vecmath/simd/avx.h"
+#include "vecmath/simd/avx_estimate.h"
+#include "vecmath/simd/avx_integer.h"

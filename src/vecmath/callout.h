@@ -1,0 +1,83 @@
+// Pieces of the scalar callouts: classes of values, and results that raise their flag as they are made.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <bit>
+#include <limits>
+
+#include "vecmath/simd/ieee.h"
+#include "vecmath/simd/simd.h"
+
+namespace qlx::callout {
+
+template <class Real>
+inline constexpr Real kInfinity = std::numeric_limits<Real>::infinity();
+// The smallest normal number, and the largest.
+template <class Real>
+inline constexpr Real kTiny = std::numeric_limits<Real>::min();
+template <class Real>
+inline constexpr Real kLargest = std::numeric_limits<Real>::max();
+
+// An infinity or a NaN: the exponent is all ones.
+template <class Real>
+inline bool is_special(Real x) {
+  return simd::Ieee<Real>::magnitude(x) >= simd::Ieee<Real>::kInfinity;
+}
+template <class Real>
+inline bool is_negative(Real x) {
+  return simd::Ieee<Real>::sign(x) != 0;
+}
+template <class Real>
+inline Real magnitude(Real x) {
+  return std::bit_cast<Real>(simd::Ieee<Real>::magnitude(x));
+}
+template <class Real>
+inline Real with_sign_of(Real sign, Real x) {
+  return std::bit_cast<Real>(simd::Ieee<Real>::magnitude(x) | simd::Ieee<Real>::sign(sign));
+}
+
+// x, unknown to the compiler, so that what is computed from it is computed at run time and raises its flags.
+template <class Real>
+inline Real opaque(Real x) {
+  asm volatile("" : "+x"(x));
+  return x;
+}
+// A quiet NaN, with the invalid flag.
+template <class Real>
+inline Real invalid() {
+  const Real zero = opaque(Real{0});
+  return zero / zero;
+}
+// The infinity with the sign of x, with the divide-by-zero flag.
+template <class Real>
+inline Real pole(Real x) {
+  return with_sign_of(x, Real{1}) / opaque(Real{0});
+}
+// The infinity with the sign of x, with the overflow flag.
+template <class Real>
+inline Real overflow(Real x) {
+  return with_sign_of(x, kLargest<Real>) * opaque(kLargest<Real>);
+}
+// The zero with the sign of x, with the underflow flag.
+template <class Real>
+inline Real underflow(Real x) {
+  return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
+}
+
+// A formula's result at one argument in its range: the callout's arithmetic is the lanes' own.
+template <class Formula>
+inline auto one_lane(typename Formula::Pack::Real x) {
+  using Pack = typename Formula::Pack;
+  const Pack lanes = simd::all<Pack>(x);
+  auto result = Formula{}.formula(lanes);
+  if constexpr (requires { &Formula::second_road; }) {
+    Formula{}.second_road(lanes, result.result, result.care);
+  }
+  if constexpr (requires { result.result; }) {
+    return simd::first(result.result);
+  } else {
+    return simd::first(result);
+  }
+}
+
+}  // namespace qlx::callout
