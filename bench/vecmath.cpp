@@ -188,6 +188,9 @@ int main(int argc, char** argv) {
   std::vector<Peer<double>> d;
   qlx::bench::add_plain_peers(s, d);
   qlx::bench::add_glibc_peers(s, d);
+  qlx::bench::add_sleef_peers(s, d);
+  qlx::bench::add_mvec_peers(s, d);
+  qlx::bench::add_eigen_peers(s, d);
   const auto floats = all_functions<float>();
   const auto doubles = all_functions<double>();
   for (const auto& f : floats) add_function(f, s);
