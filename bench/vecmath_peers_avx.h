@@ -11,9 +11,6 @@
 
 namespace qlx::bench {
 
-template <class Real>
-using Register = std::conditional_t<sizeof(Real) == 4, __m256, __m256d>;
-
 inline __m256 load(const float* p) {
   return _mm256_loadu_ps(p);
 }
@@ -30,7 +27,7 @@ inline void store(double* p, __m256d x) {
 // r = function(a) or function(a, b); the elements of a last, partial register go through a copy.
 template <auto kFunction, class Real>
 void over_registers(int32_t n, const Real* a, const Real* b, Real* r, Real*) {
-  constexpr int kLanes = sizeof(Register<Real>) / sizeof(Real);
+  constexpr int kLanes = 32 / sizeof(Real);
   const auto call = [](const Real* x, const Real* y, Real* to) {
     if constexpr (requires { kFunction(load(x), load(y)); }) {
       store(to, kFunction(load(x), load(y)));

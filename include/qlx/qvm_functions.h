@@ -814,6 +814,32 @@ QLX_API void _qvmzUnpackV(int64_t n, const QvmComplexDouble *a, QvmComplexDouble
 QLX_API void _qvmzUnpackV_HA(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 QLX_API void _qvmzUnpackV_26(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 
+/* Exp: r = e^a. */
+QLX_API extern void (*const qlx_qvm_kernel_sExp_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sExp_ctab[3];
+QLX_API void _qvmsExp_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sExpI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sExpI_ctab[3];
+QLX_API void _qvmsExpI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dExp_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dExp_ctab[3];
+QLX_API void _qvmdExp_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dExpI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dExpI_ctab[3];
+QLX_API void _qvmdExpI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 /* Sqrt: r = the square root of a. */
 QLX_API extern void (*const qlx_qvm_kernel_sSqrt_ttab[3])(int32_t n, const float *a, float *r);
 QLX_API extern const float qlx_qvm_kernel_sSqrt_ctab[3];
