@@ -48,8 +48,10 @@ struct ExpF32LA : ExpF32 {
     const Pack n = (x * all<Pack>(0x1.715476p+0f) + all<Pack>(kShifter)) - all<Pack>(kShifter);
     // ln 2: 15 bits, and n has 8.
     const Pack r = (x - n * all<Pack>(0x1.62e4p-1f)) - n * all<Pack>(0x1.7f7d1cp-20f);
-    const Pack upper = all<Pack>(0.16667432f) + r * (all<Pack>(0.041873522f) + r * all<Pack>(0.0082917195f));
-    return {n, all<Pack>(1) + r * (all<Pack>(0.99999988f) + r * (all<Pack>(0.49999392f) + r * upper))};
+    const Pack r2 = r * r;
+    const Pack middle = all<Pack>(0.49999392f) + r * all<Pack>(0.16667432f);
+    const Pack upper = all<Pack>(0.041873522f) + r * all<Pack>(0.0082917195f);
+    return {n, all<Pack>(1) + (r * all<Pack>(0.99999988f) + r2 * (middle + r2 * upper))};
   }
   Pack formula(Pack x) const {
     const Parts y = parts(x);
