@@ -40,34 +40,35 @@ inline PackF64 power_of_two_above(PackF64 y) {
   return {_mm256_castsi256_pd(_mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1))};
 }
 
-// The j of each lane. The empty assembly keeps the compiler from seeing through the memory.
+// The j of each lane. Where an integer register holds a whole double, two moves a half bring the lanes there.
 template <int kBits>
-struct LowBitsF64 {
-  alignas(32) uint64_t j[4];
-  explicit LowBitsF64(PackF64 y) {
-    _mm256_store_pd(reinterpret_cast<double*>(j), (y & all_bits<PackF64>((uint64_t{1} << kBits) - 1)).v);
-    asm("" : "+m"(j));
-  }
-  // An address is a 32-bit load and no extension.
-  uint32_t operator[](int lane) const { return static_cast<uint32_t>(j[lane]); }
+inline Rows4 low_bits(PackF64 y) {
+#if defined(__x86_64__)
+  const __m256i j = _mm256_castpd_si256((y & all_bits<PackF64>((uint64_t{1} << kBits) - 1)).v);
+  const __m128i low = _mm256_castsi256_si128(j), high = _mm256_extractf128_si256(j, 1);
+  const auto lane = [](int64_t k) { return static_cast<uint32_t>(k); };
+  return {{lane(_mm_cvtsi128_si64(low)), lane(_mm_extract_epi64(low, 1)), lane(_mm_cvtsi128_si64(high)),
+           lane(_mm_extract_epi64(high, 1))}};
+#else
+  return rows((low_words(y) & integers_f64((1 << kBits) - 1)).v);
+#endif
+}
+struct Rows8 {
+  Rows4 low, high;
 };
 template <int kBits>
-struct LowBitsF32 {
-  alignas(32) uint32_t j[8];
-  explicit LowBitsF32(PackF32 y) {
-    _mm256_store_ps(reinterpret_cast<float*>(j), (y & all_bits<PackF32>((1u << kBits) - 1)).v);
-    asm("" : "+m"(j));
-  }
-  uint32_t operator[](int lane) const { return j[lane]; }
-};
+inline Rows8 low_bits(PackF32 y) {
+  const IntegersF32 j = bits_of(y & all_bits<PackF32>((1u << kBits) - 1));
+  return {rows(j.low), rows(j.high)};
+}
 
 // 2^e table[j] for entries in [1, 2): the exponent is added to the entry's. Here y's bias is 0.
 template <int kBits>
 inline PackF64 look_up_scaled(const double* table, PackF64 y) {
-  const LowBitsF64<kBits> j(y);
+  const Rows4 j = low_bits<kBits>(y);
   const __m256i k = _mm256_castpd_si256((y & all_bits<PackF64>(~uint64_t{0} << kBits)).v);
-  const __m128d low = _mm_loadh_pd(_mm_load_sd(table + j[0]), table + j[1]);
-  const __m128d high = _mm_loadh_pd(_mm_load_sd(table + j[2]), table + j[3]);
+  const __m128d low = _mm_loadh_pd(_mm_load_sd(table + j.k[0]), table + j.k[1]);
+  const __m128d high = _mm_loadh_pd(_mm_load_sd(table + j.k[2]), table + j.k[3]);
   const __m128i low_scaled =
       _mm_add_epi64(_mm_castpd_si128(low), _mm_slli_epi64(_mm256_castsi256_si128(k), 52 - kBits));
   const __m128i high_scaled =
@@ -78,33 +79,22 @@ inline PackF64 look_up_scaled(const double* table, PackF64 y) {
 // table[j], both columns of it where it has two.
 template <int kBits>
 inline PairF64 look_up_below(const double (*table)[2], PackF64 y) {
-  const LowBitsF64<kBits> j(y);
-  const __m256d even =
-      _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table[j[0]])), _mm_load_pd(table[j[2]]), 1);
-  const __m256d odd =
-      _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table[j[1]])), _mm_load_pd(table[j[3]]), 1);
-  return {{_mm256_unpacklo_pd(even, odd)}, {_mm256_unpackhi_pd(even, odd)}};
+  return look_up(table, low_bits<kBits>(y));
 }
 template <int kBits>
 inline PairF32 look_up_below(const float (*table)[2], PackF32 y) {
-  const LowBitsF32<kBits> j(y);
-  const auto two = [&](int k, int l) {
-    const auto row = [&](int lane) { return reinterpret_cast<const double*>(table[j[lane]]); };
-    return _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(row(k)), row(l)));
-  };
-  const __m256 even = _mm256_insertf128_ps(_mm256_castps128_ps256(two(0, 1)), two(4, 5), 1);
-  const __m256 odd = _mm256_insertf128_ps(_mm256_castps128_ps256(two(2, 3)), two(6, 7), 1);
-  return {{_mm256_shuffle_ps(even, odd, 0x88)}, {_mm256_shuffle_ps(even, odd, 0xDD)}};
+  const Rows8 j = low_bits<kBits>(y);
+  return look_up(table, j.low, j.high);
 }
 template <int kBits>
 inline PackF32 look_up_below(const float* table, PackF32 y) {
-  const LowBitsF32<kBits> j(y);
-  const auto four = [&](int k) {
-    const __m128 even = _mm_unpacklo_ps(_mm_load_ss(table + j[k]), _mm_load_ss(table + j[k + 1]));
-    const __m128 odd = _mm_unpacklo_ps(_mm_load_ss(table + j[k + 2]), _mm_load_ss(table + j[k + 3]));
-    return _mm_movelh_ps(even, odd);
+  const Rows8 j = low_bits<kBits>(y);
+  const auto four = [table](const Rows4& r) {
+    const __m128 low = _mm_unpacklo_ps(_mm_load_ss(table + r.k[0]), _mm_load_ss(table + r.k[1]));
+    const __m128 high = _mm_unpacklo_ps(_mm_load_ss(table + r.k[2]), _mm_load_ss(table + r.k[3]));
+    return _mm_movelh_ps(low, high);
   };
-  return {_mm256_insertf128_ps(_mm256_castps128_ps256(four(0)), four(4), 1)};
+  return {_mm256_insertf128_ps(_mm256_castps128_ps256(four(j.low)), four(j.high), 1)};
 }
 
 }  // namespace qlx::simd
