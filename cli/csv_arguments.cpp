@@ -8,12 +8,16 @@
 namespace qlx::cli {
 
 void CsvArguments::attach(CLI::App& command) {
-  command.add_option("FILE", file, "CSV file, or - for stdin")->type_name("");
+  attach_file(command);
   command
       .add_option("-c,--column", columns,
                   "Column, by its name in the header or its number from 1; repeat it for more columns")
       ->type_name("NAME|N")
       ->allow_extra_args(false);
+}
+
+void CsvArguments::attach_file(CLI::App& command) {
+  command.add_option("FILE", file, "CSV file, or - for stdin")->type_name("");
   one_of(command.add_option("--header", header, "Is the first row a header? auto: if one of its fields is no number"),
          {"auto", "yes", "no"})
       ->capture_default_str();

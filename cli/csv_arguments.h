@@ -19,6 +19,8 @@ struct CsvArguments {
 
   // Adds the options to `command`; FILE is the next positional argument. They write into *this when it parses.
   void attach(CLI::App& command);
+  // The same without --column, for a command that names its columns by their roles.
+  void attach_file(CLI::App& command);
   CsvOptions options() const;
   // Opens the file. Throws Error when none was named.
   CsvReader open() const;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "functions.h"
+#include "generators.h"
 #include "output.h"
 #include "qlx/core.h"
 #include "qlx/qvm.h"
@@ -153,6 +154,7 @@ const Fact kFacts[] = {
     {"mode", [] { return mode_text(_qvmGetMode()); }},
     {"functions",
      [] { return function_count<double>('d') + ", " + function_count<float>('s') + " (qlx math --list)"; }},
+    {"generators", [] { return join(generator_names(), " "); }},
 };
 
 }  // namespace

@@ -1,0 +1,264 @@
+// Speed of summary statistics beside its peers, in ns per element of the dataset.
+// SPDX-License-Identifier: Apache-2.0
+//
+//   bench_stats [--growth] [Google Benchmark's options, such as --benchmark_filter=covariance]
+//
+// Benchmarks are named <case>/<n>x<p>/<ours or peer>. Each runs several times and the fastest run counts: others on the
+// machine can only slow a run down. The closing table gives the ratio to each peer of the same case, and the goal.
+// --growth prints instead how the time grows with n, p and the number of threads.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "qlx/qst_ss.h"
+#include "stats_peers.h"
+
+namespace {
+
+constexpr uint64_t kFourMoments =
+    QST_SS_MEAN | 0xE | QST_SS_CENTRAL_MOMENT_2 | QST_SS_CENTRAL_MOMENT_3 | QST_SS_CENTRAL_MOMENT_4;
+
+// One dataset with room for its results.
+struct Work {
+  int32_t n, p, storage;
+  std::vector<double> x, moments, matrix, room, order_room;
+  double orders[3] = {0.25, 0.5, 0.75}, quantiles[192];
+  int32_t order_count = 3, rows = QST_SS_ROWS;
+  QstSSTask* task = nullptr;
+
+  Work(int32_t observations, int32_t variables, int32_t word)
+      : n(observations), p(variables), storage(word), x(static_cast<size_t>(n) * p), moments(9 * p), matrix(p * p) {
+    std::mt19937_64 random(1);
+    std::normal_distribution<double> normal(1, 1);
+    for (double& v : x) v = normal(random);
+    __qstdSSNewTask(&task, &p, &n, &storage, x.data(), nullptr, nullptr, 0);
+    double* const m = moments.data();
+    __qstdSSEditMoments(task, m, m + p, m + 2 * p, m + 3 * p, m + 4 * p, m + 5 * p, m + 6 * p);
+    __qstdSSEditTask(task, QST_SS_ED_MINIMUM, m + 7 * p);
+    __qstdSSEditTask(task, QST_SS_ED_MAXIMUM, m + 8 * p);
+    __qstdSSEditTask(task, QST_SS_ED_COVARIANCE, matrix.data());
+    __qstdSSEditQuantiles(task, &order_count, orders, quantiles, nullptr, nullptr);
+  }
+  Work(const Work&) = delete;
+  Work& operator=(const Work&) = delete;
+  ~Work() { __qstSSDeleteTask(&task); }
+
+  void basic(uint64_t mask, uint64_t method, int threads = 1) {
+    qlx_serv_set_num_threads_limit(threads);
+    if (_qstdSSBasic(task, mask, method, qlx_serv_thread_table()) != 0) std::abort();
+    qlx_serv_set_num_threads_limit(0);
+  }
+};
+
+// Datasets are made once and kept, since several benchmarks share one.
+Work& work(int32_t n, int32_t p, int32_t storage) {
+  static std::map<std::array<int32_t, 3>, Work> all;
+  return all.try_emplace({n, p, storage}, n, p, storage).first->second;
+}
+
+void syrk(Work& w) {
+  const double one = 1, zero = 0;
+  qlx_blas_xdsyrk("u", "n", &w.p, &w.n, &one, w.x.data(), &w.p, &zero, w.matrix.data(), &w.p);
+}
+
+struct Case {
+  std::string name, contender;
+  int32_t n, p, storage;
+  std::function<void(Work&)> run;
+  std::string goal_against;  // a peer, or empty: the goal is in ns per element
+  double goal;               // 0: a peer
+};
+
+constexpr int32_t kRows = QST_SS_ROWS, kColumns = QST_SS_COLUMNS;
+
+std::vector<Case> cases() {
+  using namespace qlx::bench;
+  std::vector<Case> all;
+  const auto add = [&](std::string name, int32_t n, int32_t p, int32_t storage, std::string contender,
+                       std::function<void(Work&)> run, double goal = 0, std::string against = "") {
+    all.push_back({std::move(name), std::move(contender), n, p, storage, std::move(run), std::move(against), goal});
+  };
+  const auto moments = [](uint64_t method, int threads = 1) {
+    return [=](Work& w) { w.basic(kFourMoments, method, threads); };
+  };
+  const auto covariance = [](uint64_t method, int threads = 1) {
+    return [=](Work& w) { w.basic(QST_SS_COVARIANCE, method, threads); };
+  };
+  const auto gsl_rows = [](Work& w) { gsl_moments(w.x.data(), w.n, w.p, w.n, 1, w.moments.data()); };
+  const auto gsl_columns = [](Work& w) { gsl_moments(w.x.data(), w.n, w.p, 1, w.p, w.moments.data()); };
+
+  add("moments rows", 1000000, 1, kRows, "fast", moments(QST_SS_METHOD_FAST), 0.6);
+  add("moments rows", 1000000, 1, kRows, "one-pass", moments(QST_SS_METHOD_1PASS), 5);
+  add("moments rows", 1000000, 1, kRows, "raw-sum loop",
+      [](Work& w) { raw_sums_rows(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments rows", 1000000, 1, kRows, "two-pass loop",
+      [](Work& w) { two_pass_rows(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments rows", 1000000, 1, kRows, "eigen",
+      [](Work& w) { eigen_moments_columns(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments rows", 1000000, 1, kRows, "gsl", gsl_rows);
+
+  add("moments rows", 100000, 10, kRows, "fast", moments(QST_SS_METHOD_FAST), 1.2);
+  add("moments rows", 100000, 10, kRows, "one-pass", moments(QST_SS_METHOD_1PASS), 2.5);
+  add("moments rows", 100000, 10, kRows, "raw-sum loop",
+      [](Work& w) { raw_sums_rows(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments rows", 100000, 10, kRows, "gsl", gsl_rows);
+  add("moments columns", 100000, 10, kColumns, "fast", moments(QST_SS_METHOD_FAST), 1.2);
+  add("moments columns", 100000, 10, kColumns, "one-pass", moments(QST_SS_METHOD_1PASS), 2.5);
+  add("moments columns", 100000, 10, kColumns, "raw-sum loop",
+      [](Work& w) { raw_sums_columns(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments columns", 100000, 10, kColumns, "eigen",
+      [](Work& w) { eigen_moments_columns(w.x.data(), w.n, w.p, w.moments.data()); });
+  add("moments columns", 100000, 10, kColumns, "gsl", gsl_columns);
+
+  for (const int32_t n : {100000, 10000}) {
+    const int32_t p = n == 100000 ? 50 : 500;
+    add("covariance columns", n, p, kColumns, "fast", covariance(QST_SS_METHOD_FAST), p == 50 ? 1.4 : 1.2, "dsyrk");
+    add("covariance columns", n, p, kColumns, "one-pass", covariance(QST_SS_METHOD_1PASS), p == 50 ? 3 : 0, "dsyrk");
+    add("covariance columns", n, p, kColumns, "dsyrk", syrk);
+    add("covariance columns", n, p, kColumns, "eigen",
+        [](Work& w) { eigen_covariance(w.x.data(), w.n, w.p, w.matrix.data()); });
+  }
+
+  add(
+      "min and max", 1000000, 1, kRows, "ours",
+      [](Work& w) { _qstdSSMinmax(w.task, QST_SS_MINIMUM | QST_SS_MAXIMUM, QST_SS_METHOD_FAST, nullptr); }, 0.5);
+  add("min and max", 1000000, 1, kRows, "plain loop", [](Work& w) { min_max(w.x.data(), w.n, w.moments.data() + 7); });
+
+  add(
+      "three quantiles", 1000000, 1, kRows, "ours",
+      [](Work& w) { _qstdSSQuantiles(w.task, QST_SS_QUANTILES, QST_SS_METHOD_FAST, nullptr); }, 22);
+  add("three quantiles", 1000000, 1, kRows, "nth_element", [](Work& w) {
+    w.room = w.x;
+    for (const double q : w.orders) {
+      const auto k = static_cast<long>(q * (w.n - 1));
+      std::nth_element(w.room.begin(), w.room.begin() + k, w.room.end());
+      benchmark::DoNotOptimize(*std::min_element(w.room.begin() + k + 1, w.room.end()));
+    }
+  });
+  add(
+      "sort", 1000000, 1, kRows, "ours",
+      [](Work& w) {
+        w.room = w.x;
+        __qstdQSort(w.n, w.room.data());
+      },
+      55);
+  add("sort", 1000000, 1, kRows, "std::sort", [](Work& w) {
+    w.room = w.x;
+    std::sort(w.room.begin(), w.room.end());
+  });
+
+  // Goals of two threads are ratios to one thread: at least 1.7 times as fast.
+  add("moments threads", 1000000, 10, kColumns, "two threads", moments(QST_SS_METHOD_1PASS, 2), 1 / 1.7, "one thread");
+  add("moments threads", 1000000, 10, kColumns, "one thread", moments(QST_SS_METHOD_1PASS, 1));
+  add("fast moments threads", 1000000, 10, kColumns, "two threads", moments(QST_SS_METHOD_FAST, 2), 1 / 1.7,
+      "one thread");
+  add("fast moments threads", 1000000, 10, kColumns, "one thread", moments(QST_SS_METHOD_FAST, 1));
+  add("covariance threads", 100000, 50, kColumns, "two threads", covariance(QST_SS_METHOD_FAST, 2), 1 / 1.7,
+      "one thread");
+  add("covariance threads", 100000, 50, kColumns, "one thread", covariance(QST_SS_METHOD_FAST, 1));
+  return all;
+}
+
+std::vector<Case> growth_cases() {
+  std::vector<Case> all;
+  const auto add = [&](const char* name, int32_t n, int32_t p, uint64_t mask, uint64_t method, int threads) {
+    all.push_back({std::string(name) + (method == QST_SS_METHOD_FAST ? " fast" : " one-pass"),
+                   std::to_string(threads) + (threads == 1 ? " thread" : " threads"), n, p, kColumns,
+                   [=](Work& w) { w.basic(mask, method, threads); }, "", 0});
+  };
+  for (const uint64_t method : {QST_SS_METHOD_FAST, QST_SS_METHOD_1PASS})
+    for (const int threads : {1, 2}) {
+      for (const int32_t n : {100, 1000, 10000, 100000, 1000000}) add("moments", n, 10, kFourMoments, method, threads);
+      for (const int32_t p : {1, 3, 30, 100}) add("moments", 1000000 / p, p, kFourMoments, method, threads);
+      for (const int32_t p : {3, 10, 50, 200}) add("covariance", 2000000 / p, p, QST_SS_COVARIANCE, method, threads);
+    }
+  return all;
+}
+
+std::string full_name(const Case& c) {
+  return c.name + "/" + std::to_string(c.n) + "x" + std::to_string(c.p) + "/" + c.contender;
+}
+
+// Keeps the fastest run of each benchmark, in ns per element.
+class Fastest : public benchmark::ConsoleReporter {
+ public:
+  std::map<std::string, double> ns;
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
+      // One thread: its processor time, which others on the machine stretch less than the clock's.
+      const bool threads = run.run_name.function_name.find("thread") != std::string::npos;
+      const double time = threads ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
+      const double per_element = time / run.counters.at("elements");
+      const auto [at, fresh] = ns.try_emplace(run.run_name.function_name, per_element);
+      if (!fresh) at->second = std::min(at->second, per_element);
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+};
+
+void print_table(const std::vector<Case>& all, const Fastest& fastest) {
+  std::printf("\n%-22s %-12s %-14s %9s   %s\n", "case", "n x p", "contender", "ns/elem", "goal; ratio to peers");
+  for (const Case& c : all) {
+    const auto mine = fastest.ns.find(full_name(c));
+    if (mine == fastest.ns.end()) continue;
+    const std::string shape = std::to_string(c.n) + " x " + std::to_string(c.p);
+    std::printf("%-22s %-12s %-14s %9.3f   ", c.name.c_str(), shape.c_str(), c.contender.c_str(), mine->second);
+    if (c.goal > 0) {
+      double value = mine->second;
+      if (!c.goal_against.empty())
+        value /= fastest.ns.at(c.name + "/" + std::to_string(c.n) + "x" + std::to_string(c.p) + "/" + c.goal_against);
+      std::printf("%.2f%s of %.2f %s;", value, c.goal_against.empty() ? " ns" : "", c.goal,
+                  value <= c.goal ? "met" : "MISSED");
+    }
+    for (const Case& peer : all) {
+      if (peer.name != c.name || peer.n != c.n || peer.p != c.p || peer.contender == c.contender || c.goal == 0)
+        continue;
+      const auto other = fastest.ns.find(full_name(peer));
+      if (other != fastest.ns.end()) std::printf(" %.2f %s", mine->second / other->second, peer.contender.c_str());
+    }
+    std::printf("\n");
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  bool growth = false;
+  std::vector<char*> arguments;
+  for (int i = 0; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--growth") == 0) {
+      growth = true;
+    } else {
+      arguments.push_back(argv[i]);
+    }
+  }
+  char repetitions[] = "--benchmark_repetitions=15", least[] = "--benchmark_min_time=0.01";
+  arguments.insert(arguments.begin() + 1, {repetitions, least});
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+  const std::vector<Case> all = growth ? growth_cases() : cases();
+  for (const Case& c : all) {
+    benchmark::RegisterBenchmark(full_name(c).c_str(),
+                                 [&c](benchmark::State& state) {
+                                   Work& w = work(c.n, c.p, c.storage);
+                                   for (auto _ : state) {
+                                     c.run(w);
+                                     benchmark::ClobberMemory();
+                                   }
+                                   state.counters["elements"] = static_cast<double>(c.n) * c.p;
+                                 })
+        ->Unit(benchmark::kNanosecond)
+        ->UseRealTime();
+  }
+  Fastest fastest;
+  benchmark::RunSpecifiedBenchmarks(&fastest);
+  print_table(all, fastest);
+}

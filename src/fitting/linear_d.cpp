@@ -1,0 +1,7 @@
+// Linear splines over double data.
+// SPDX-License-Identifier: Apache-2.0
+#include "fitting/linear.h"
+
+int32_t qlx_df_kernel_dDFLinearSpline1D(DFTask* task, int64_t, int64_t method, const QlxThreadTable* services) {
+  return qlx::fitting::construct_linear<double>(task, method, services);
+}

@@ -1,0 +1,7 @@
+// Basic, float.
+// SPDX-License-Identifier: Apache-2.0
+#include "stats/moments/basic.h"
+
+int32_t _qstsSSBasic(QstSSTask* task, uint64_t mask, uint64_t method, const QlxThreadTable* threads) {
+  return qlx::stats::run_basic<float>(task, mask, method, threads);
+}

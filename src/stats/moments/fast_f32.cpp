@@ -1,0 +1,7 @@
+// Fast kernels, float.
+// SPDX-License-Identifier: Apache-2.0
+#include "stats/moments/sums.h"
+
+namespace qlx::stats {
+constexpr SumKernelTable<float> kFastFloat = sum_table<float, Method::kFast>();
+}
