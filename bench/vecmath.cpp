@@ -3,9 +3,10 @@
 //
 //   bench_vecmath [--costs] [--markdown] [Google Benchmark's options, such as --benchmark_filter=sFmod]
 //
-// Benchmarks are named <t><Name>/<n>/<accuracy or peer>. Each runs many times for some microseconds, and the fastest run
-// counts: others on the machine can only slow a run down, and leave some of the short ones alone. Cycles are those of the core clock at the time of the run, measured by a chain
-// of dependent additions, which take one cycle each. --costs prints the catalogue's numbers instead.
+// Benchmarks are named <t><Name>/<n>/<accuracy or peer>. Each runs many times for some microseconds, and the fastest
+// run counts: others on the machine can only slow a run down, and leave some of the short ones alone. Cycles are those
+// of the core clock at the time of the run, measured by a chain of dependent additions, which take one cycle each.
+// --costs prints the catalogue's numbers instead.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -80,7 +81,9 @@ void add_benchmark(const std::string& name, int n, Run run) {
                                  state.SetItemsProcessed(state.iterations() * n);
                                })
       ->Unit(benchmark::kNanosecond)
-      ->Iterations(n == kLong ? 1 : n == kShort ? 16 : 1000)
+      ->Iterations(n == kLong    ? 1
+                   : n == kShort ? 16
+                                 : 1000)
       ->Repetitions(n == kLong ? 20 : 300)
       ->ReportAggregatesOnly(false);
 }
