@@ -3,9 +3,10 @@
 //
 //   bench_vecmath [--costs] [--markdown] [Google Benchmark's options, such as --benchmark_filter=sFmod]
 //
-// Benchmarks are named <t><Name>/<n>/<accuracy or peer>. Each runs several times and the fastest run counts: others on
-// the machine can only slow a run down. Cycles are those of the core clock at the time of the run, measured by a chain
-// of dependent additions, which take one cycle each. --costs prints the catalogue's numbers instead.
+// Benchmarks are named <t><Name>/<n>/<accuracy or peer>. Each runs many times for some microseconds, and the fastest
+// run counts: others on the machine can only slow a run down, and leave some of the short ones alone. Cycles are those
+// of the core clock at the time of the run, measured by a chain of dependent additions, which take one cycle each.
+// --costs prints the catalogue's numbers instead.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -30,8 +31,8 @@ const char* const kAccuracy[] = {"LA", "HA", "EP"};
 // Cycles in a nanosecond, from a chain of additions that the compiler can't shorten.
 double cycles_per_ns() {
   double best = 0;
-  for (int repeat = 0; repeat < 5; ++repeat) {
-    constexpr int kAdditions = 10'000'000;
+  for (int repeat = 0; repeat < 500; ++repeat) {
+    constexpr int kAdditions = 100'000;
     const auto begin = std::chrono::steady_clock::now();
     uint64_t x = 1;
     for (int i = 0; i < kAdditions / 10; ++i) {
@@ -80,8 +81,10 @@ void add_benchmark(const std::string& name, int n, Run run) {
                                  state.SetItemsProcessed(state.iterations() * n);
                                })
       ->Unit(benchmark::kNanosecond)
-      ->MinTime(n == kLong ? 0.02 : 0.01)
-      ->Repetitions(7)
+      ->Iterations(n == kLong    ? 1
+                   : n == kShort ? 16
+                                 : 1000)
+      ->Repetitions(n == kLong ? 20 : 300)
       ->ReportAggregatesOnly(false);
 }
 
@@ -184,6 +187,9 @@ int main(int argc, char** argv) {
   std::vector<Peer<double>> d;
   qlx::bench::add_plain_peers(s, d);
   qlx::bench::add_glibc_peers(s, d);
+  qlx::bench::add_sleef_peers(s, d);
+  qlx::bench::add_mvec_peers(s, d);
+  qlx::bench::add_eigen_peers(s, d);
   const auto floats = all_functions<float>();
   const auto doubles = all_functions<double>();
   for (const auto& f : floats) add_function(f, s);

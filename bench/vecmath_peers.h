@@ -19,5 +19,8 @@ struct Peer {
 // Each file of peers adds its rows for both types.
 void add_plain_peers(std::vector<Peer<float>>& s, std::vector<Peer<double>>& d);
 void add_glibc_peers(std::vector<Peer<float>>& s, std::vector<Peer<double>>& d);
+void add_sleef_peers(std::vector<Peer<float>>& s, std::vector<Peer<double>>& d);
+void add_mvec_peers(std::vector<Peer<float>>& s, std::vector<Peer<double>>& d);
+void add_eigen_peers(std::vector<Peer<float>>& s, std::vector<Peer<double>>& d);
 
 }  // namespace qlx::bench

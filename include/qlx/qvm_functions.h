@@ -814,6 +814,110 @@ QLX_API void _qvmzUnpackV(int64_t n, const QvmComplexDouble *a, QvmComplexDouble
 QLX_API void _qvmzUnpackV_HA(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 QLX_API void _qvmzUnpackV_26(int64_t n, const QvmComplexDouble *a, QvmComplexDouble *y, const int32_t *ix);
 
+/* Exp: r = e^a. */
+QLX_API extern void (*const qlx_qvm_kernel_sExp_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sExp_ctab[3];
+QLX_API void _qvmsExp_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sExpI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sExpI_ctab[3];
+QLX_API void _qvmsExpI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dExp_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dExp_ctab[3];
+QLX_API void _qvmdExp_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dExpI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dExpI_ctab[3];
+QLX_API void _qvmdExpI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Exp2: r = 2^a. */
+QLX_API extern void (*const qlx_qvm_kernel_sExp2_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sExp2_ctab[3];
+QLX_API void _qvmsExp2_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp2(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp2_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp2_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sExp2I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sExp2I_ctab[3];
+QLX_API void _qvmsExp2I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp2I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp2I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp2I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dExp2_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dExp2_ctab[3];
+QLX_API void _qvmdExp2_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp2(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp2_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp2_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dExp2I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dExp2I_ctab[3];
+QLX_API void _qvmdExp2I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp2I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp2I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp2I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Exp10: r = 10^a. */
+QLX_API extern void (*const qlx_qvm_kernel_sExp10_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sExp10_ctab[3];
+QLX_API void _qvmsExp10_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp10(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp10_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExp10_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sExp10I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sExp10I_ctab[3];
+QLX_API void _qvmsExp10I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp10I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp10I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExp10I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dExp10_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dExp10_ctab[3];
+QLX_API void _qvmdExp10_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp10(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp10_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExp10_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dExp10I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dExp10I_ctab[3];
+QLX_API void _qvmdExp10I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp10I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp10I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExp10I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Expm1: r = e^a - 1. */
+QLX_API extern void (*const qlx_qvm_kernel_sExpm1_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sExpm1_ctab[3];
+QLX_API void _qvmsExpm1_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExpm1(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExpm1_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsExpm1_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sExpm1I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sExpm1I_ctab[3];
+QLX_API void _qvmsExpm1I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpm1I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpm1I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsExpm1I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dExpm1_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dExpm1_ctab[3];
+QLX_API void _qvmdExpm1_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExpm1(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExpm1_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdExpm1_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dExpm1I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dExpm1I_ctab[3];
+QLX_API void _qvmdExpm1I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpm1I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpm1I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdExpm1I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 /* Sqrt: r = the square root of a. */
 QLX_API extern void (*const qlx_qvm_kernel_sSqrt_ttab[3])(int32_t n, const float *a, float *r);
 QLX_API extern const float qlx_qvm_kernel_sSqrt_ctab[3];

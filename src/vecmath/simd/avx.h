@@ -159,6 +159,10 @@ inline __m256i first_lanes_f64(int count) {
   inline Mask operator&(Mask a, Mask b) {                                                                            \
     return {_mm256_and_##ps(a.v, b.v)};                                                                              \
   }                                                                                                                  \
+  /* The lanes of m that are not in `out`. */                                                                        \
+  inline Mask without(Mask m, Mask out) {                                                                            \
+    return {_mm256_andnot_##ps(out.v, m.v)};                                                                         \
+  }                                                                                                                  \
   /* One bit a lane, lane 0 lowest. */                                                                               \
   inline uint32_t lane_bits(Mask m) {                                                                                \
     return static_cast<uint32_t>(_mm256_movemask_##ps(m.v));                                                         \

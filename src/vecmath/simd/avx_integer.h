@@ -163,21 +163,22 @@ inline PackF64 look_up(const float* table, IntegersF64 index) {
 struct PairF64 {
   PackF64 first, second;
 };
-inline PairF64 look_up(const double (*table)[2], IntegersF64 index) {
-  const Rows4 r = rows(index.v);
+inline PairF64 look_up(const double (*table)[2], const Rows4& r) {
   const __m256d even =
       _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table[r.k[0]])), _mm_load_pd(table[r.k[2]]), 1);
   const __m256d odd =
       _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_load_pd(table[r.k[1]])), _mm_load_pd(table[r.k[3]]), 1);
   return {{_mm256_unpacklo_pd(even, odd)}, {_mm256_unpackhi_pd(even, odd)}};
 }
+inline PairF64 look_up(const double (*table)[2], IntegersF64 index) {
+  return look_up(table, rows(index.v));
+}
 
 // Eight rows of two floats.
 struct PairF32 {
   PackF32 first, second;
 };
-inline PairF32 look_up(const float (*table)[2], IntegersF32 index) {
-  const Rows4 low = rows(index.low), high = rows(index.high);
+inline PairF32 look_up(const float (*table)[2], const Rows4& low, const Rows4& high) {
   const auto row = [table](uint32_t k) { return reinterpret_cast<const double*>(table[k]); };
   const auto two = [row](uint32_t k, uint32_t l) { return _mm_castpd_ps(_mm_loadh_pd(_mm_load_sd(row(k)), row(l))); };
   const __m256 even =
@@ -185,6 +186,9 @@ inline PairF32 look_up(const float (*table)[2], IntegersF32 index) {
   const __m256 odd =
       _mm256_insertf128_ps(_mm256_castps128_ps256(two(low.k[2], low.k[3])), two(high.k[2], high.k[3]), 1);
   return {{_mm256_shuffle_ps(even, odd, 0x88)}, {_mm256_shuffle_ps(even, odd, 0xDD)}};
+}
+inline PairF32 look_up(const float (*table)[2], IntegersF32 index) {
+  return look_up(table, rows(index.low), rows(index.high));
 }
 
 // The first three columns of rows of four.

@@ -5,3 +5,4 @@
 #include "vecmath/simd/avx.h"
 #include "vecmath/simd/avx_estimate.h"
 #include "vecmath/simd/avx_integer.h"
+#include "vecmath/simd/avx_shifter.h"
