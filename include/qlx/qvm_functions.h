@@ -866,6 +866,110 @@ QLX_API void _qvmdInvSqrtI(int32_t n, const double *a, int32_t inca, double *r, 
 QLX_API void _qvmdInvSqrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 QLX_API void _qvmdInvSqrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 
+/* Hypot: r = the square root of a^2 + b^2. */
+QLX_API extern void (*const qlx_qvm_kernel_sHypot_ttab[3])(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern const float qlx_qvm_kernel_sHypot_ctab[3];
+QLX_API void _qvmsHypot_21(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot_HA(int32_t n, const float *a, const float *b, float *r);
+QLX_API void _qvmsHypot_11(int32_t n, const float *a, const float *b, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sHypotI_ttab[3])(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sHypotI_ctab[3];
+QLX_API void _qvmsHypotI_21(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI_HA(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API void _qvmsHypotI_11(int32_t n, const float *a, int32_t inca, const float *b, int32_t incb, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dHypot_ttab[3])(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern const float qlx_qvm_kernel_dHypot_ctab[3];
+QLX_API void _qvmdHypot_50(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot_HA(int32_t n, const double *a, const double *b, double *r);
+QLX_API void _qvmdHypot_26(int32_t n, const double *a, const double *b, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dHypotI_ttab[3])(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dHypotI_ctab[3];
+QLX_API void _qvmdHypotI_50(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI_HA(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+QLX_API void _qvmdHypotI_26(int32_t n, const double *a, int32_t inca, const double *b, int32_t incb, double *r, int32_t incr);
+
+/* Cbrt: r = the cube root of a. */
+QLX_API extern void (*const qlx_qvm_kernel_sCbrt_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sCbrt_ctab[3];
+QLX_API void _qvmsCbrt_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsCbrt(int32_t n, const float *a, float *r);
+QLX_API void _qvmsCbrt_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsCbrt_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sCbrtI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sCbrtI_ctab[3];
+QLX_API void _qvmsCbrtI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsCbrtI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsCbrtI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsCbrtI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dCbrt_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dCbrt_ctab[3];
+QLX_API void _qvmdCbrt_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdCbrt(int32_t n, const double *a, double *r);
+QLX_API void _qvmdCbrt_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdCbrt_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dCbrtI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dCbrtI_ctab[3];
+QLX_API void _qvmdCbrtI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdCbrtI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdCbrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdCbrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* InvCbrt: r = 1 / the cube root of a. */
+QLX_API extern void (*const qlx_qvm_kernel_sInvCbrt_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sInvCbrt_ctab[3];
+QLX_API void _qvmsInvCbrt_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvCbrt(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvCbrt_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsInvCbrt_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sInvCbrtI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sInvCbrtI_ctab[3];
+QLX_API void _qvmsInvCbrtI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvCbrtI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvCbrtI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsInvCbrtI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dInvCbrt_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dInvCbrt_ctab[3];
+QLX_API void _qvmdInvCbrt_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvCbrt(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvCbrt_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdInvCbrt_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dInvCbrtI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dInvCbrtI_ctab[3];
+QLX_API void _qvmdInvCbrtI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvCbrtI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvCbrtI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdInvCbrtI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Pow2o3: r = the cube root of a^2. */
+QLX_API extern void (*const qlx_qvm_kernel_sPow2o3_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sPow2o3_ctab[3];
+QLX_API void _qvmsPow2o3_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow2o3(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow2o3_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsPow2o3_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sPow2o3I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sPow2o3I_ctab[3];
+QLX_API void _qvmsPow2o3I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow2o3I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow2o3I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsPow2o3I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dPow2o3_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dPow2o3_ctab[3];
+QLX_API void _qvmdPow2o3_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow2o3(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow2o3_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdPow2o3_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dPow2o3I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dPow2o3I_ctab[3];
+QLX_API void _qvmdPow2o3I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow2o3I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow2o3I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdPow2o3I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

@@ -64,14 +64,13 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
-// A formula's result at one argument in its range: the callout's arithmetic is the lanes' own.
-template <class Formula>
-inline auto one_lane(typename Formula::Pack::Real x) {
+// A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own.
+template <class Formula, class... Arguments>
+inline auto one_lane(Arguments... x) {
   using Pack = typename Formula::Pack;
-  const Pack lanes = simd::all<Pack>(x);
-  auto result = Formula{}.formula(lanes);
+  auto result = Formula{}.formula(simd::all<Pack>(x)...);
   if constexpr (requires { &Formula::second_road; }) {
-    Formula{}.second_road(lanes, result.result, result.care);
+    Formula{}.second_road(simd::all<Pack>(x)..., result.result, result.care);
   }
   if constexpr (requires { result.result; }) {
     return simd::first(result.result);

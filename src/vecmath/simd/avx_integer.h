@@ -66,6 +66,10 @@ inline IntegersF32 bits_of(PackF32 x) {
 inline PackF32 from_bits(IntegersF32 k) {
   return {_mm256_castsi256_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(k.low), k.high, 1))};
 }
+// The words that hold sign and exponent, whatever the type; and back, with zeros below.
+inline IntegersF32 top_words(PackF32 x) {
+  return bits_of(x);
+}
 inline IntegersF64 high_words(PackF64 x) {
   const __m128 low = _mm_castpd_ps(_mm256_castpd256_pd128(x.v));
   const __m128 high = _mm_castpd_ps(_mm256_extractf128_pd(x.v, 1));
@@ -181,6 +185,50 @@ inline PairF32 look_up(const float (*table)[2], IntegersF32 index) {
   const __m256 odd =
       _mm256_insertf128_ps(_mm256_castps128_ps256(two(low.k[2], low.k[3])), two(high.k[2], high.k[3]), 1);
   return {{_mm256_shuffle_ps(even, odd, 0x88)}, {_mm256_shuffle_ps(even, odd, 0xDD)}};
+}
+
+// The first three columns of rows of four.
+template <class Pack>
+struct TripleOf {
+  Pack first, second, third;
+};
+inline TripleOf<PackF64> look_up(const double (*table)[4], IntegersF64 index) {
+  const Rows4 r = rows(index.v);
+  const __m256d row0 = _mm256_load_pd(table[r.k[0]]), row1 = _mm256_load_pd(table[r.k[1]]);
+  const __m256d row2 = _mm256_load_pd(table[r.k[2]]), row3 = _mm256_load_pd(table[r.k[3]]);
+  const __m256d even01 = _mm256_unpacklo_pd(row0, row1), even23 = _mm256_unpacklo_pd(row2, row3);
+  const __m256d odd01 = _mm256_unpackhi_pd(row0, row1), odd23 = _mm256_unpackhi_pd(row2, row3);
+  return {{_mm256_permute2f128_pd(even01, even23, 0x20)},
+          {_mm256_permute2f128_pd(odd01, odd23, 0x20)},
+          {_mm256_permute2f128_pd(even01, even23, 0x31)}};
+}
+inline TripleOf<PackF32> look_up(const float (*table)[4], IntegersF32 index) {
+  const Rows4 low = rows(index.low), high = rows(index.high);
+  const auto two = [table](uint32_t k, uint32_t l) {
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_load_ps(table[k])), _mm_load_ps(table[l]), 1);
+  };
+  const __m256 row0 = two(low.k[0], high.k[0]), row1 = two(low.k[1], high.k[1]);
+  const __m256 row2 = two(low.k[2], high.k[2]), row3 = two(low.k[3], high.k[3]);
+  const __m256 front01 = _mm256_unpacklo_ps(row0, row1), front23 = _mm256_unpacklo_ps(row2, row3);
+  const __m256 back01 = _mm256_unpackhi_ps(row0, row1), back23 = _mm256_unpackhi_ps(row2, row3);
+  return {{_mm256_shuffle_ps(front01, front23, 0x44)},
+          {_mm256_shuffle_ps(front01, front23, 0xEE)},
+          {_mm256_shuffle_ps(back01, back23, 0x44)}};
+}
+
+// k / 3 for 0 <= k < 2^15, rounded down: the upper half of k times a fixed-point third.
+inline IntegersF64 third(IntegersF64 k) {
+  return {_mm_mulhi_epu16(k.v, _mm_set1_epi32(0x5556))};
+}
+inline IntegersF32 third(IntegersF32 k) {
+  return {_mm_mulhi_epu16(k.low, _mm_set1_epi32(0x5556)), _mm_mulhi_epu16(k.high, _mm_set1_epi32(0x5556))};
+}
+// k times a constant, both at most 2^15.
+inline IntegersF64 times(IntegersF64 k, int32_t factor) {
+  return {_mm_madd_epi16(k.v, _mm_set1_epi32(factor))};
+}
+inline IntegersF32 times(IntegersF32 k, int32_t factor) {
+  return {_mm_madd_epi16(k.low, _mm_set1_epi32(factor)), _mm_madd_epi16(k.high, _mm_set1_epi32(factor))};
 }
 
 // One of four floats that a register holds, by the two low bits of each lane of k.
