@@ -1048,6 +1048,58 @@ QLX_API void _qvmdLog10I(int32_t n, const double *a, int32_t inca, double *r, in
 QLX_API void _qvmdLog10I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 QLX_API void _qvmdLog10I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
 
+/* Log1p: r = the natural logarithm of 1 + a. */
+QLX_API extern void (*const qlx_qvm_kernel_sLog1p_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLog1p_ctab[3];
+QLX_API void _qvmsLog1p_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLog1pI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLog1pI_ctab[3];
+QLX_API void _qvmsLog1pI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLog1p_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLog1p_ctab[3];
+QLX_API void _qvmdLog1p_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLog1pI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLog1pI_ctab[3];
+QLX_API void _qvmdLog1pI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Logb: r = the exponent of a: 2^r <= |a| < 2^(r + 1). */
+QLX_API extern void (*const qlx_qvm_kernel_sLogb_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLogb_ctab[3];
+QLX_API void _qvmsLogb_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLogbI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLogbI_ctab[3];
+QLX_API void _qvmsLogbI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLogb_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLogb_ctab[3];
+QLX_API void _qvmdLogb_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLogbI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLogbI_ctab[3];
+QLX_API void _qvmdLogbI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

@@ -59,16 +59,16 @@ template <class Real>
 struct Base10;
 template <>
 struct Base10<float> {
-  static constexpr float kTwo = std::bit_cast<float>(0x3E9A209Bu);    // given
-  static constexpr float kTwoHi = std::bit_cast<float>(0x3E9A2100u);  // given; 16 bits
-  static constexpr float kTwoLo = std::bit_cast<float>(0xB64AF600u);  // given
+  static constexpr float kTwo = std::bit_cast<float>(0x3E9A209Bu);         // given
+  static constexpr float kTwoHi = std::bit_cast<float>(0x3E9A2100u);       // given; 16 bits
+  static constexpr float kTwoLo = std::bit_cast<float>(0xB64AF600u);       // given
   static constexpr float kLeadHi = 0x1.bcp-2f, kLeadLo = 0x1.6f62a4p-11f;  // 8 bits
 };
 template <>
 struct Base10<double> {
   static constexpr double kTwo = 0x1.34413509f79ffp-2;
-  static constexpr double kTwoHi = std::bit_cast<double>(0x3FD34413509F0000u);  // given; a multiple of 2^-38
-  static constexpr double kTwoLo = std::bit_cast<double>(0x3D7E7FBCC47C0000u);  // given
+  static constexpr double kTwoHi = std::bit_cast<double>(0x3FD34413509F0000u);   // given; a multiple of 2^-38
+  static constexpr double kTwoLo = std::bit_cast<double>(0x3D7E7FBCC47C0000u);   // given
   static constexpr double kLeadHi = 0x1.bcp-2, kLeadLo = 0x1.6f62a4dca1c65p-11;  // a multiple of 2^-8
 };
 

@@ -15,9 +15,10 @@
 //
 // with e = E and T = log(512/c), or from c = 362 down, where u is above the square root of 2, e = E + 1 and T =
 // log(256/c): next to 1 both terms are 0. c is off from 1/m by 1/2 and by the estimate's 1.5 2^-12 m^-1, so that |r|
-// <= 2.7e-3 at c = 256 and 1.4e-3 at c = 512, and a cubic is enough. m's upper 15 bits times c are exact, as are its
-// lower 9; T is a pair. The sum of the leading terms keeps its rounding error (Dekker's fast two-sum: the first is
-// larger or 0), so that the result is rounded once, up to roundings 2^-8 of that.
+// <= 2.7e-3 at c = 256 and 1.4e-3 at c = 512, and a cubic is enough. m rounded to 15 bits times c is exact, as is the
+// rest of m times c; rounded, not cut, so that below 1 the two products don't cancel. T is a pair. The sum of the
+// leading terms keeps its rounding error (Dekker's fast two-sum: the first is larger or 0), so that the result is
+// rounded once, up to roundings 2^-8 of that.
 //
 // P. T. P. Tang, "Table-driven implementation of the logarithm function in IEEE floating-point arithmetic" (1990); W.
 // Wong and E. Goto, "Fast hardware-based algorithms for elementary function computations" (1994), for the reciprocal.
@@ -55,7 +56,7 @@ inline SplitF32 split_f32(PackF32 x) {
 
 struct ReducedF32 {
   PackF32 e, c;
-  PackF32 r1, r2;         // r = r1 + r2, both exact: r1 a multiple of 2^-23, |r2| <= 2^-13
+  PackF32 r1, r2;         // r = r1 + r2, both exact: r1 a multiple of 2^-23, |r2| <= 2^-15
   simd::IntegersF32 row;  // c mod 256
 };
 
@@ -65,7 +66,7 @@ inline ReducedF32 reduce_f32(PackF32 x) {
   const PackF32 c = simd::round_current_quietly(simd::reciprocal_estimate(m));
   const PackF32 exponent = simd::real_of_bits(x & all_bits<PackF32>(0x7F800000)) * all<PackF32>(0x1p-23f);
   const PackF32 above_root = simd::keep(c < all<PackF32>(363), all<PackF32>(1));
-  const PackF32 high = m & all_bits<PackF32>(0xFFFFFE00);
+  const PackF32 high = (m + all<PackF32>(1.5f)) - all<PackF32>(1.5f);  // a multiple of 2^-23
   // Both ends, 256 and 512, have a mantissa of zeros: row 0, with T = 0.
   const simd::IntegersF32 row = (simd::bits_of(c) >> 15) & simd::integers_f32(0xFF);
   return {(exponent - all<PackF32>(127 + kDown)) + above_root, c, high * c - all<PackF32>(1), (m - high) * c, row};
@@ -99,8 +100,9 @@ inline PackF32 sum_f32(const ReducedF32& x, const float (&table)[kRows][2], cons
 // r + r^2 q(r), all coefficients given: relative errors 2^-13.3 (EP), 2^-22.3 (LA), 2^-27.4 (HA).
 constexpr float kLnF32EP[] = {-0.5f, 0.33289623f, -0.26740259f, 0.21988373f};
 constexpr float kLnF32LA[] = {-0.5f, 0.33336565f, -0.25004664f, 0.19822504f, -0.16462457f, 0.16964881f, -0.15177205f};
-constexpr float kLnF32HA[] = {-0.5f,       0.33333215f,  -0.24999797f, 0.20010406f, -0.16680488f,
-                              0.14005870f, -0.12184261f, 0.13984437f,  -0.12891686f};
+// HA's first, -0.5, stands apart.
+constexpr float kLnF32HA[] = {0.33333215f, -0.24999797f, 0.20010406f, -0.16680488f,
+                              0.14005870f, -0.12184261f, 0.13984437f, -0.12891686f};
 
 template <size_t kTerms>
 inline PackF32 ln_one_part(PackF32 n, PackF32 r, const float (&fit)[kTerms]) {
@@ -114,16 +116,17 @@ struct LnF32HAForm {
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
     const Pack n = s.n - all<Pack>(kDown), r = s.r;
-    // r^2/2 is up to a quarter of the result: its rounding counts, and head^2/2 is exact with 12 bits.
-    const Pack head = r & all_bits<Pack>(0xFFFFF000), tail = r - head;
-    const Pack half = head * head * all<Pack>(-0.5f);
-    (void)tail;
-    (void)half;
-    const Pack p = (r * r) * simd::polynomial(r, kLnF32HA);
+    // r^2/2 is up to a quarter of the result, so it may not be rounded to one word: head^2/2, with 12 bits of r, is
+    // exact, and r^2 - head^2 = (r - head) (r + head).
+    const Pack minus_half = all<Pack>(-0.5f);
+    const Pack head = r & all_bits<Pack>(0xFFFFF000);
+    const Pack square = head * (head * minus_half);
+    const Pack square_rest = (r - head) * ((r + head) * minus_half);
+    const Pack p = square_rest + (r * r) * (r * simd::polynomial(r, kLnF32HA));
     const Pack whole = n * all<Pack>(BaseE<float>::kTwoHi);
     const Pack sum = whole + r;
     const Pack rest = r - (sum - whole);
-    return sum + (rest + (n * all<Pack>(BaseE<float>::kTwoLo) + p));
+    return sum + (square + (rest + (n * all<Pack>(BaseE<float>::kTwoLo) + p)));
   }
 };
 using LnF32HA = Logarithm<LnF32HAForm>;

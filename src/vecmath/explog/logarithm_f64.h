@@ -6,10 +6,11 @@
 //   log_b x = e log_b 2 + T(c) + log_b(1 + r).
 //
 // r = m c - 1 must keep its low bits: with c = 1023 or 513, x may be so near to 1 that T and r cancel to a tenth. So m
-// splits into its upper 27 bits and the rest, whose products with c are exact (37 and 36 bits):
+// splits into 27 bits and the rest, whose products with c are exact (37 and 36 bits):
 //
-//   r = r1 + r2,   r1 = high c - 1, a multiple of 2^-36,   r2 = (m - high) c, |r2| < 2^-26.
+//   r = r1 + r2,   r1 = high c - 1, a multiple of 2^-36,   r2 = (m - high) c.
 //
+// LA cuts m, |r2| < 2^-26; HA rounds it, |r2| <= 2^-27, since below 1 a cut part would cancel against the rest.
 // EP needs no more than 2^-26 of the result and takes m c - 1, whose rounding is 2^-54. LA rounds r to one word, takes
 // log_b 2 in one part and T in one word. HA takes both in two, with first parts on a grid coarse enough for the sum
 //
@@ -72,9 +73,16 @@ struct TablesF64<Base10<double>> {
 struct TwoPartsF64 {
   PackF64 r1, r2;
 };
-inline TwoPartsF64 residual(const LogReduction& x) {
-  const PackF64 high = x.m & all_bits<PackF64>(0xFFFFFFFFFC000000);
+inline TwoPartsF64 residual(const LogReduction& x, PackF64 high) {
   return {high * x.c - all<PackF64>(1), (x.m - high) * x.c};
+}
+inline PackF64 residual_of_cut(const LogReduction& x) {
+  const TwoPartsF64 part = residual(x, x.m & all_bits<PackF64>(0xFFFFFFFFFC000000));
+  return part.r1 + part.r2;
+}
+inline TwoPartsF64 residual_of_rounded(const LogReduction& x) {
+  const PackF64 shifter = all<PackF64>(0x1.8p16);  // its last bit is 2^-36
+  return residual(x, (x.m + shifter) - shifter);
 }
 
 // log_b(1 + r) by a polynomial in one word.
@@ -129,7 +137,7 @@ struct LogF64HAForm {
   static Pack logarithm(Pack x) {
     LogReduction s = reduce_log(x);
     s.e = s.e - all<Pack>(kDown);
-    return sum_two_words<Base>(s, residual(s));
+    return sum_two_words<Base>(s, residual_of_rounded(s));
   }
 };
 template <class Base>
@@ -142,8 +150,7 @@ struct LogF64LAForm {
   template <int>
   static Pack logarithm(Pack x) {
     const LogReduction s = reduce_log(x);
-    const TwoPartsF64 part = residual(s);
-    return sum_one_word<Base>(s, part.r1 + part.r2, TablesF64<Base>::kFitLA);
+    return sum_one_word<Base>(s, residual_of_cut(s), TablesF64<Base>::kFitLA);
   }
 };
 template <class Base>
