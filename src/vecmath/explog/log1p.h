@@ -87,7 +87,7 @@ struct Log1pF32Polynomial {
     const SplitF32 s = split_f32(sum);
     const Pack exponent = simd::from_bits(s.offset) & all_bits<Pack>(0xFF800000);  // n 2^23
     const Pack scale = simd::subtract_bits(all<Pack>(1), exponent);
-    return ln_one_part(s.n, s.r + rest * scale, kFit);
+    return ln_one_part(s.n, s.r, rest * scale, kFit);
   }
 };
 using Log1pF32EP = Log1p<Log1pF32Polynomial<kLnF32EP>, LnF32HAForm>;

@@ -104,9 +104,15 @@ constexpr float kLnF32LA[] = {-0.5f, 0.33336565f, -0.25004664f, 0.19822504f, -0.
 constexpr float kLnF32HA[] = {0.33333215f, -0.24999797f, 0.20010406f, -0.16680488f,
                               0.14005870f, -0.12184261f, 0.13984437f, -0.12891686f};
 
+// n ln 2 + ln(1 + r), and n ln 2 + ln(1 + r + rest) for a rest of no more than r's last bit.
 template <size_t kTerms>
 inline PackF32 ln_one_part(PackF32 n, PackF32 r, const float (&fit)[kTerms]) {
   return n * all<PackF32>(BaseE<float>::kTwo) + (r + (r * r) * simd::polynomial(r, fit));
+}
+template <size_t kTerms>
+inline PackF32 ln_one_part(PackF32 n, PackF32 r, PackF32 rest, const float (&fit)[kTerms]) {
+  const PackF32 whole = r + rest;
+  return n * all<PackF32>(BaseE<float>::kTwo) + (r + (rest + (whole * whole) * simd::polynomial(whole, fit)));
 }
 
 struct LnF32HAForm {
@@ -126,7 +132,9 @@ struct LnF32HAForm {
     const Pack whole = n * all<Pack>(BaseE<float>::kTwoHi);
     const Pack sum = whole + r;
     const Pack rest = r - (sum - whole);
-    return sum + (square + (rest + (n * all<Pack>(BaseE<float>::kTwoLo) + p)));
+    const Pack nearly = sum + square;
+    const Pack nearly_rest = square - (nearly - sum);
+    return nearly + ((rest + nearly_rest) + (n * all<Pack>(BaseE<float>::kTwoLo) + p));
   }
 };
 using LnF32HA = Logarithm<LnF32HAForm>;
