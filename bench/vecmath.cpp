@@ -91,9 +91,7 @@ void add_function(const Function<Real>& f, const std::vector<Peer<Real>>& peers)
   for (const int n : {1, kShort, kLong}) {
     const std::string prefix = f.full_name + "/" + std::to_string(n) + "/";
     for (int slot = 0; slot < 3; ++slot) {
-      const bool repeated =
-          (slot > 0 && f.unit_slots[slot] == f.unit_slots[0]) || (slot > 1 && f.unit_slots[slot] == f.unit_slots[1]);
-      if (repeated) continue;
+      if (f.row->first_slot(slot) != slot) continue;
       add_benchmark(prefix + kAccuracy[slot], n, [f, slot, &data](int count) {
         f.unit(slot, {count, data.a.data(), data.b.data(), data.r.data(), data.s.data()});
       });
@@ -138,9 +136,7 @@ void print_function(const Function<Real>& f, const std::vector<Peer<Real>>& peer
   if (options.costs) {
     double cost[3];
     for (int slot = 0; slot < 3; ++slot) {
-      int first = 0;
-      while (f.unit_slots[first] != f.unit_slots[slot]) ++first;
-      cost[slot] = time(kShort, kAccuracy[first]) * clock;
+      cost[slot] = time(kShort, kAccuracy[f.row->first_slot(slot)]) * clock;
     }
     if (!std::isnan(cost[0])) std::printf("%-14s %8.4f %8.4f %8.4f\n", f.full_name.c_str(), cost[0], cost[1], cost[2]);
     return;
@@ -160,8 +156,8 @@ void print_function(const Function<Real>& f, const std::vector<Peer<Real>>& peer
       const char* format =
           options.markdown ? "| %s | %s | %d | %.1f | %.3f | %.2f | %s |\n" : "%-14s %-3s %8d %7.1f %9.3f %8.2f   %s\n";
       std::printf(format, f.full_name.c_str(),
-                  f.unit_slots[0] == f.unit_slots[2] && f.unit_slots[0] == f.unit_slots[1] ? "all" : accuracy, n,
-                  time(1, accuracy), ours, ours * clock, ratios.c_str());
+                  f.row->first_slot(1) == 0 && f.row->first_slot(2) == 0 ? "all" : accuracy, n, time(1, accuracy), ours,
+                  ours * clock, ratios.c_str());
     }
   }
 }

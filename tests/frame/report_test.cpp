@@ -48,12 +48,13 @@ double Report::replacement;
 
 TEST_F(Report, tells_a_callback_the_element) {
   _qvmSetErrorCallBack(record);
-  std::vector<float> a(40, 3.0f), b(40, 2.0f), r(40, 0.0f);
+  std::vector<float> whole(140, 3.0f), b(40, 2.0f), r(40, 0.0f);
+  const float* const a = whole.data() + 100;
   b[3] = 0;
   b[5] = -0.0f;
   b[38] = 0;
-  _qvmSetInterfInputVectorPointer(a.data() - 100);
-  _qvmsDiv(40, a.data(), b.data(), r.data());
+  _qvmSetInterfInputVectorPointer(whole.data());
+  _qvmsDiv(40, a, b.data(), r.data());
   ASSERT_EQ(reports.size(), 3u);
   const int32_t indices[] = {103, 105, 138};
   const double results[] = {kInf, -kInf, kInf};

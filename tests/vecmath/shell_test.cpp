@@ -90,8 +90,7 @@ class Shell : public ::testing::Test {
   static void for_each_kernel(const Body& body) {
     for (const Function<Real>& f : all_functions<Real>()) {
       for (int slot = 0; slot < 3; ++slot) {
-        if ((slot > 0 && f.unit_slots[slot] == f.unit_slots[0]) || (slot > 1 && f.unit_slots[slot] == f.unit_slots[1]))
-          continue;
+        if (f.row->first_slot(slot) != slot) continue;
         SCOPED_TRACE(f.full_name + " slot " + std::to_string(slot));
         body(f, slot);
       }

@@ -14,6 +14,7 @@ constexpr Shape shape_of(std::string_view shape) {
   if (shape == "A_RR") return Shape::kARR;
   if (shape == "AB_R") return Shape::kABR;
   if (shape == "AX_R") return Shape::kAXR;
+  if (shape == "LINEARFRAC") return Shape::kLinearFrac;
   return Shape::kOther;
 }
 
@@ -38,6 +39,13 @@ template <class Real>
 using AB_R_I = void (*)(int32_t, const Real*, int32_t, const Real*, int32_t, Real*, int32_t);
 template <class Real>
 using AX_R_I = void (*)(int32_t, const Real*, int32_t, Real, Real*, int32_t);
+
+template <class Real>
+using LinearFrac = void (*)(int32_t, const Real*, const Real*, Real, Real, Real, Real, Real*);
+template <class Real>
+using LinearFrac_I = void (*)(int32_t, const Real*, int32_t, const Real*, int32_t, Real, Real, Real, Real, Real*,
+                              int32_t);
+constexpr float kScaleA = 2, kShiftA = 1.5, kScaleB = 3, kShiftB = 1.5;
 
 template <class Signature>
 Signature as(AnyKernel kernel) {
@@ -88,6 +96,8 @@ void call_unit(const KernelRow& row, int slot, int32_t n, const Arrays<Real>& x)
       return as<AB_R<Real>>(k)(n, x.a, x.b, x.r);
     case Shape::kAXR:
       return as<AX_R<Real>>(k)(n, x.a, x.b[0], x.r);
+    case Shape::kLinearFrac:
+      return as<LinearFrac<Real>>(k)(n, x.a, x.b, kScaleA, kShiftA, kScaleB, kShiftB, x.r);
     case Shape::kOther:
       return;
   }
@@ -105,6 +115,8 @@ void call_strided(const KernelRow& row, int slot, int32_t n, const Arrays<Real>&
       return as<AB_R_I<Real>>(k)(n, x.a, inc.a, x.b, inc.b, x.r, inc.r);
     case Shape::kAXR:
       return as<AX_R_I<Real>>(k)(n, x.a, inc.a, x.b[0], x.r, inc.r);
+    case Shape::kLinearFrac:
+      return as<LinearFrac_I<Real>>(k)(n, x.a, inc.a, x.b, inc.b, kScaleA, kShiftA, kScaleB, kShiftB, x.r, inc.r);
     case Shape::kOther:
       return;
   }

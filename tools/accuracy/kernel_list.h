@@ -10,7 +10,7 @@
 
 namespace qlx::tools {
 
-enum class Shape { kAR, kARR, kABR, kAXR, kOther };
+enum class Shape { kAR, kARR, kABR, kAXR, kLinearFrac, kOther };
 
 // The slots of a kernel table.
 enum Slot { kLA = 0, kHA = 1, kEP = 2 };
@@ -38,7 +38,8 @@ const std::vector<KernelRow>& kernel_list();
 // Null when the library has no such kernel.
 const KernelRow* find_kernel(std::string_view name, char type);
 
-// Arrays of one call. `b` is the second argument, `s` the second result; kAXR reads b[0] alone. Strides in elements.
+// Arrays of one call. `b` is the second argument, `s` the second result; kAXR reads b[0] alone. kLinearFrac runs with
+// the factors scalea 2, shifta 1.5, scaleb 3, shiftb 1.5. Strides in elements.
 template <class Real>
 struct Arrays {
   const Real* a;

@@ -166,15 +166,16 @@ struct Job {
     if (!s.certain || checked || near_half || s.ulp > m.ulp.error + reach ||
         (s.ulp > m.ulp.error - reach && s.ulp > reach)) {
       const ExactError e = exact_error(reference, a, b, r);
-      if (s.certain && std::fabs(e.ulp - s.ulp) > std::max(2 * reach, s.ulp * 1e-6)) ++m.wide_misses;
+      if (s.certain && std::fabs(e.ulp - s.ulp) > std::max(2 * reach, s.ulp * 1e-6)) ++m.sieve_misses;
       s = {e.ulp, e.relative, true};
     }
     if (std::isinf(s.ulp)) {
       ++m.wrong_kind;
-    } else {
+    } else if (std::isfinite(r) && r != 0) {
+      ++m.ordinary;
       m.sum += s.ulp;
+      m.correct += s.ulp <= 0.5;
     }
-    m.correct += s.ulp <= 0.5;
     if (s.ulp > m.ulp.error) m.ulp = {s.ulp, static_cast<double>(a), static_cast<double>(b), static_cast<double>(r)};
     if (s.relative > m.relative.error)
       m.relative = {s.relative, static_cast<double>(a), static_cast<double>(b), static_cast<double>(r)};
@@ -183,10 +184,11 @@ struct Job {
 
 void merge(Measurement& into, const Measurement& m) {
   into.count += m.count;
+  into.ordinary += m.ordinary;
   into.sum += m.sum;
   into.correct += m.correct;
   into.wrong_kind += m.wrong_kind;
-  into.wide_misses += m.wide_misses;
+  into.sieve_misses += m.sieve_misses;
   // Equal errors: the lesser argument, so that the outcome doesn't depend on the threads.
   for (Worst Measurement::*w : {&Measurement::ulp, &Measurement::relative}) {
     const Worst& x = m.*w;

@@ -30,16 +30,17 @@ struct Worst {
 };
 
 struct Measurement {
-  uint64_t count = 0;    // distinct arguments
-  Worst ulp;             // largest error in ULP
-  Worst relative;        // largest relative error
-  double sum = 0;        // of errors in ULP of the right kind
-  uint64_t correct = 0;  // correctly rounded
-  uint64_t wrong_kind = 0;
-  uint64_t wide_misses = 0;  // sieve values further from the exact one than the reference's slack: must be 0
+  uint64_t count = 0;         // distinct arguments
+  Worst ulp;                  // largest error in ULP
+  Worst relative;             // largest relative error
+  uint64_t ordinary = 0;      // arguments with a finite result that is not 0: what mean and share are taken over
+  uint64_t correct = 0;       // of them, correctly rounded
+  double sum = 0;             // of their errors in ULP
+  uint64_t wrong_kind = 0;    // NaN or infinity, or not, against the exact value
+  uint64_t sieve_misses = 0;  // sieve values further from the exact one than the reference's slack: must be 0
 
-  double mean() const { return sum / static_cast<double>(count); }
-  double share_correct() const { return static_cast<double>(correct) / static_cast<double>(count); }
+  double mean() const { return sum / static_cast<double>(ordinary); }
+  double share_correct() const { return static_cast<double>(correct) / static_cast<double>(ordinary); }
   double relative_bits() const;  // infinite when every result is exact
 };
 

@@ -1,0 +1,117 @@
+// The declared accuracy of every approximating kernel, measured over a fixed sample.
+// SPDX-License-Identifier: Apache-2.0
+#include "accuracy/bounds.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+using namespace qlx::tools;
+
+const std::vector<BoundRow>& bounds() {
+  static const std::vector<BoundRow> rows = read_bounds(QLX_SOURCE_DIR "/tests/vecmath/bounds.csv");
+  return rows;
+}
+
+// The rows of a kernel, ordered along the line.
+std::vector<BoundRow> rows_of(const KernelRow& kernel, int slot) {
+  std::vector<BoundRow> rows;
+  for (const BoundRow& row : bounds())
+    if (row.function == kernel.name && row.type == kernel.type && row.slot == slot) rows.push_back(row);
+  std::sort(rows.begin(), rows.end(), [](const BoundRow& x, const BoundRow& y) { return x.low < y.low; });
+  return rows;
+}
+
+std::vector<const KernelRow*> approximating_kernels() {
+  std::vector<const KernelRow*> list;
+  for (const KernelRow& kernel : kernel_list())
+    if (kernel.real() && !is_exact_function(kernel.name)) list.push_back(&kernel);
+  return list;
+}
+
+std::string name_of(const KernelRow& kernel, int slot) {
+  return kernel.type + kernel.name + " " + kSlotNames[slot];
+}
+
+TEST(Bounds, every_kernel_declares_the_whole_line) {
+  for (const KernelRow* kernel : approximating_kernels()) {
+    EXPECT_NE(find_reference(kernel->name), nullptr) << kernel->name << " has no reference in tools/accuracy";
+    for (int slot = 0; slot < 3; ++slot) {
+      const std::vector<BoundRow> rows = rows_of(*kernel, slot);
+      double reached = -INFINITY;
+      for (const BoundRow& row : rows)
+        if (row.low <= reached) reached = std::max(reached, row.high);
+      EXPECT_TRUE(!rows.empty() && reached == INFINITY)
+          << name_of(*kernel, slot) << (rows.empty() ? ": no row" : ": rows leave a gap") << "; qlx_accuracy --propose "
+          << kernel->name << " prints rows";
+    }
+  }
+}
+
+// What the accuracies mean to a caller, and rows that would let an error grow unseen.
+TEST(Bounds, rows_are_within_the_promise_and_tight) {
+  for (const BoundRow& row : bounds()) {
+    const std::string name = row.type + row.function + " " + kSlotNames[row.slot];
+    const double promise = row.slot == kHA ? 1 : row.slot == kLA ? 4 : row.type == 's' ? 0x1p-11 : 0x1p-26;
+    if (row.note.empty()) {
+      EXPECT_LE(row.bound, promise) << name << ": a bound beyond the accuracy's needs a note that says why";
+    }
+    EXPECT_LE(row.measured, row.bound) << name;
+    // A correctly rounded kernel comes near its half, and an exact one stays at 0.
+    if (row.bound != 0.5) {
+      EXPECT_GE(row.measured, 0.8 * row.bound) << name << ": tighten the bound";
+    }
+  }
+}
+
+TEST(Bounds, measured_errors_stay_within) {
+  MeterOptions options;
+  options.threads = 1;
+  options.sample.stride = 2053;
+  options.sample.samples = 300'000;
+  options.sample.directed = QLX_SOURCE_DIR "/tests/vecmath/hard";
+  uint64_t arguments = 0;
+  for (const KernelRow* kernel : approximating_kernels()) {
+    const Reference* reference = find_reference(kernel->name);
+    if (!reference) continue;
+    // Slots of one interval are measured together: their exact values are the same.
+    std::vector<std::pair<double, double>> intervals;
+    for (int slot = 0; slot < 3; ++slot)
+      for (const BoundRow& row : rows_of(*kernel, slot)) intervals.emplace_back(row.low, row.high);
+    std::sort(intervals.begin(), intervals.end());
+    intervals.erase(std::unique(intervals.begin(), intervals.end()), intervals.end());
+    for (const auto& [low, high] : intervals) {
+      options.sample.low = low;
+      options.sample.high = high;
+      bool slots[3] = {};
+      double bound[3];
+      for (int slot = 0; slot < 3; ++slot)
+        for (const BoundRow& row : rows_of(*kernel, slot))
+          if (row.low == low && row.high == high) {
+            slots[slot] = true;
+            bound[slot] = row.bound;
+          }
+      Measurement m[3];
+      measure(*kernel, *reference, slots, options, m);
+      for (int slot = 0; slot < 3; ++slot) {
+        if (!slots[slot]) continue;
+        arguments += m[slot].count;
+        const Worst& worst = bounded_error(m[slot], slot);
+        EXPECT_LE(worst.error, bound[slot])
+            << name_of(*kernel, slot) << " at " << hex_arguments(*reference, worst.a, worst.b) << ": "
+            << error_text(worst.error, slot) << " is beyond " << error_text(bound[slot], slot);
+        EXPECT_EQ(m[slot].wrong_kind, 0u) << name_of(*kernel, slot);
+        EXPECT_EQ(m[slot].sieve_misses, 0u) << name_of(*kernel, slot);
+      }
+    }
+  }
+  std::printf("%zu functions, %llu results measured\n", approximating_kernels().size(),
+              static_cast<unsigned long long>(arguments));
+}
+
+}  // namespace

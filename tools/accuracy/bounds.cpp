@@ -1,0 +1,83 @@
+// Reading, printing and proposing rows of bounds.
+// SPDX-License-Identifier: Apache-2.0
+#include "accuracy/bounds.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace qlx::tools {
+
+namespace {
+
+// "0.75", "inf", or "2^-12.5".
+double parse_number(const std::string& text, const std::string& where) {
+  const bool power = text.starts_with("2^");
+  const char* start = text.c_str() + (power ? 2 : 0);
+  char* end;
+  const double value = std::strtod(start, &end);
+  if (end == start || *end != '\0') throw std::runtime_error(where + ": \"" + text + "\" is no number");
+  return power ? std::exp2(value) : value;
+}
+
+}  // namespace
+
+std::vector<BoundRow> read_bounds(const std::string& path) {
+  std::ifstream file(path);
+  if (!file) throw std::runtime_error(path + ": can't be read");
+  std::vector<BoundRow> rows;
+  std::string line;
+  for (int number = 1; std::getline(file, line); ++number) {
+    if (line.empty() || line[0] == '#' || line.starts_with("function,")) continue;
+    const std::string where = path + ":" + std::to_string(number);
+    std::vector<std::string> fields;
+    std::istringstream stream(line);
+    for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
+    if (fields.size() == 8) fields.emplace_back();  // an empty note
+    if (fields.size() != 9) throw std::runtime_error(where + ": 9 fields wanted");
+    const auto* slot = std::find(std::begin(kSlotNames), std::end(kSlotNames), fields[2]);
+    if (slot == std::end(kSlotNames) || fields[1].size() != 1) throw std::runtime_error(where + ": no such kernel");
+    rows.push_back({fields[0], fields[1][0], static_cast<int>(slot - kSlotNames), parse_number(fields[3], where),
+                    parse_number(fields[4], where), parse_number(fields[5], where), parse_number(fields[6], where),
+                    fields[7], fields[8]});
+  }
+  return rows;
+}
+
+const Worst& bounded_error(const Measurement& m, int slot) {
+  return slot == kEP ? m.relative : m.ulp;
+}
+
+std::string error_text(double error, int slot) {
+  char text[32];
+  if (slot != kEP || error == 0 || std::isinf(error)) {
+    std::snprintf(text, sizeof text, "%.4f", std::ceil(error * 1e4) / 1e4);
+  } else {
+    std::snprintf(text, sizeof text, "2^%.2f", std::ceil(std::log2(error) * 100) / 100);
+  }
+  return text;
+}
+
+std::string propose_row(const KernelRow& row, const Reference& reference, int slot, const SampleOptions& sample,
+                        const Measurement& m) {
+  const Worst& worst = bounded_error(m, slot);
+  double bound = worst.error;
+  if (slot == kEP) {
+    if (bound != 0) bound = std::exp2(std::ceil(std::log2(bound) * 10 + 1) / 10);
+  } else if (bound > 0.5) {
+    bound = std::ceil(bound * 1.05 * 50) / 50;
+  } else if (bound > 0) {
+    bound = 0.5;
+  }
+  char text[512];
+  std::snprintf(text, sizeof text, "%s,%c,%s,%g,%g,%s,%s,%s,", row.name.c_str(), row.type, kSlotNames[slot], sample.low,
+                sample.high, error_text(bound, slot).c_str(), error_text(worst.error, slot).c_str(),
+                hex_arguments(reference, worst.a, worst.b).c_str());
+  return text;
+}
+
+}  // namespace qlx::tools
