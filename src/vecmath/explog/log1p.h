@@ -91,7 +91,7 @@ struct Log1pF32Polynomial {
   }
 };
 using Log1pF32EP = Log1p<Log1pF32Polynomial<kLnF32EP>, LnF32HAForm>;
-using Log1pF32LA = Log1p<Log1pF32Polynomial<kLnF32LA>, LnF32HAForm>;
+using Log1pF32LA = Log1p<Log1pF32Polynomial<kLnFitF32LA>, LnF32HAForm>;
 
 struct Log1pF32HATable {
   using Pack = PackF32;
