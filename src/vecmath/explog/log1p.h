@@ -79,6 +79,8 @@ struct Log1p {
 
 // ---- Float: LA and EP by Ln's polynomials, HA by the table ---------------------------------------------------------
 
+// EP takes Ln's polynomial. LA takes one degree more than Ln: with degree 8 the error passes 4 ULP, by 0.004, where the
+// result is just below 1/8.
 template <const auto& kFit>
 struct Log1pF32Polynomial {
   using Pack = PackF32;
@@ -91,7 +93,7 @@ struct Log1pF32Polynomial {
   }
 };
 using Log1pF32EP = Log1p<Log1pF32Polynomial<kLnF32EP>, LnF32HAForm>;
-using Log1pF32LA = Log1p<Log1pF32Polynomial<kLnFitF32LA>, LnF32HAForm>;
+using Log1pF32LA = Log1p<Log1pF32Polynomial<kLog1pFitF32LA>, LnF32HAForm>;
 
 struct Log1pF32HATable {
   using Pack = PackF32;

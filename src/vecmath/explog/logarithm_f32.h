@@ -35,6 +35,7 @@ namespace qlx::explog {
 #include "vecmath/explog/tables/log10_fit_f32_la.inc"
 #include "vecmath/explog/tables/log10_reciprocal_f32.inc"
 #include "vecmath/explog/tables/log1p_fit_f32_ha.inc"
+#include "vecmath/explog/tables/log1p_fit_f32_la.inc"
 #include "vecmath/explog/tables/log2_fit_f32_ep.inc"
 #include "vecmath/explog/tables/log2_fit_f32_ha.inc"
 #include "vecmath/explog/tables/log2_fit_f32_la.inc"
