@@ -1178,6 +1178,136 @@ QLX_API void _qvmdPowxI(int32_t n, const double *a, int32_t inca, double b, doub
 QLX_API void _qvmdPowxI_HA(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
 QLX_API void _qvmdPowxI_26(int32_t n, const double *a, int32_t inca, double b, double *r, int32_t incr);
 
+/* Ln: r = the natural logarithm of a. */
+QLX_API extern void (*const qlx_qvm_kernel_sLn_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLn_ctab[3];
+QLX_API void _qvmsLn_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLn(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLn_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLn_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLnI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLnI_ctab[3];
+QLX_API void _qvmsLnI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLnI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLnI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLnI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLn_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLn_ctab[3];
+QLX_API void _qvmdLn_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLn(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLn_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLn_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLnI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLnI_ctab[3];
+QLX_API void _qvmdLnI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLnI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLnI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLnI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Log2: r = the logarithm of a to the base 2. */
+QLX_API extern void (*const qlx_qvm_kernel_sLog2_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLog2_ctab[3];
+QLX_API void _qvmsLog2_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog2(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog2_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog2_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLog2I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLog2I_ctab[3];
+QLX_API void _qvmsLog2I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog2I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog2I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog2I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLog2_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLog2_ctab[3];
+QLX_API void _qvmdLog2_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog2(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog2_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog2_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLog2I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLog2I_ctab[3];
+QLX_API void _qvmdLog2I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog2I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog2I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog2I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Log10: r = the logarithm of a to the base 10. */
+QLX_API extern void (*const qlx_qvm_kernel_sLog10_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLog10_ctab[3];
+QLX_API void _qvmsLog10_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog10(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog10_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog10_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLog10I_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLog10I_ctab[3];
+QLX_API void _qvmsLog10I_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog10I(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog10I_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog10I_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLog10_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLog10_ctab[3];
+QLX_API void _qvmdLog10_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog10(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog10_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog10_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLog10I_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLog10I_ctab[3];
+QLX_API void _qvmdLog10I_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog10I(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog10I_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog10I_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Log1p: r = the natural logarithm of 1 + a. */
+QLX_API extern void (*const qlx_qvm_kernel_sLog1p_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLog1p_ctab[3];
+QLX_API void _qvmsLog1p_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLog1p_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLog1pI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLog1pI_ctab[3];
+QLX_API void _qvmsLog1pI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLog1pI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLog1p_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLog1p_ctab[3];
+QLX_API void _qvmdLog1p_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLog1p_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLog1pI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLog1pI_ctab[3];
+QLX_API void _qvmdLog1pI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLog1pI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
+/* Logb: r = the exponent of a: 2^r <= |a| < 2^(r + 1). */
+QLX_API extern void (*const qlx_qvm_kernel_sLogb_ttab[3])(int32_t n, const float *a, float *r);
+QLX_API extern const float qlx_qvm_kernel_sLogb_ctab[3];
+QLX_API void _qvmsLogb_21(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb_HA(int32_t n, const float *a, float *r);
+QLX_API void _qvmsLogb_11(int32_t n, const float *a, float *r);
+QLX_API extern void (*const qlx_qvm_kernel_sLogbI_ttab[3])(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_sLogbI_ctab[3];
+QLX_API void _qvmsLogbI_21(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI_HA(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API void _qvmsLogbI_11(int32_t n, const float *a, int32_t inca, float *r, int32_t incr);
+QLX_API extern void (*const qlx_qvm_kernel_dLogb_ttab[3])(int32_t n, const double *a, double *r);
+QLX_API extern const float qlx_qvm_kernel_dLogb_ctab[3];
+QLX_API void _qvmdLogb_50(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb_HA(int32_t n, const double *a, double *r);
+QLX_API void _qvmdLogb_26(int32_t n, const double *a, double *r);
+QLX_API extern void (*const qlx_qvm_kernel_dLogbI_ttab[3])(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API extern const float qlx_qvm_kernel_dLogbI_ctab[3];
+QLX_API void _qvmdLogbI_50(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI_HA(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+QLX_API void _qvmdLogbI_26(int32_t n, const double *a, int32_t inca, double *r, int32_t incr);
+
 QLX_END_C
 
 #endif

@@ -87,6 +87,17 @@ inline PackF64 from_high_words(IntegersF64 k) {
   return {_mm256_castsi256_pd(_mm256_insertf128_si256(low, _mm_unpackhi_epi32(zero, k.v), 1))};
 }
 
+// The difference of the bits of a and b as integers of a lane's width.
+inline PackF32 subtract_bits(PackF32 a, PackF32 b) {
+  return from_bits(bits_of(a) - bits_of(b));
+}
+inline PackF64 subtract_bits(PackF64 a, PackF64 b) {
+  const __m256i p = _mm256_castpd_si256(a.v), q = _mm256_castpd_si256(b.v);
+  const __m128i low = _mm_sub_epi64(_mm256_castsi256_si128(p), _mm256_castsi256_si128(q));
+  const __m128i high = _mm_sub_epi64(_mm256_extractf128_si256(p, 1), _mm256_extractf128_si256(q, 1));
+  return {_mm256_castsi256_pd(_mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1))};
+}
+
 // Conversions of signed values; to integers they round to nearest.
 inline PackF32 to_real(IntegersF32 k) {
   return {_mm256_cvtepi32_ps(_mm256_insertf128_si256(_mm256_castsi128_si256(k.low), k.high, 1))};
