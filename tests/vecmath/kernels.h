@@ -28,9 +28,16 @@ struct Function {
   std::string full_name;  // "sExp"
   int results;
 
-  void unit(int slot, const Call<Real>& c) const { tools::call_unit<Real>(*row, slot, c.n, {c.a, c.b, c.r, c.s}); }
+  void unit(int slot, const Call<Real>& c) const { tools::call_unit<Real>(*row, slot, c.n, arrays(c)); }
   void strided(int slot, const Call<Real>& c) const {
-    tools::call_strided<Real>(*row, slot, c.n, {c.a, c.b, c.r, c.s}, {c.inca, c.incb, c.incr, c.incs});
+    tools::call_strided<Real>(*row, slot, c.n, arrays(c), {c.inca, c.incb, c.incr, c.incs});
+  }
+
+ private:
+  // A scalar argument is the same in every call, whatever part of b the call is about.
+  tools::Arrays<Real> arrays(const Call<Real>& c) const {
+    static constexpr Real kScalar = 1.5;
+    return {c.a, row->shape == tools::Shape::kAXR ? &kScalar : c.b, c.r, c.s};
   }
 };
 
