@@ -142,33 +142,30 @@ SplineFit::SplineFit(const std::string& kind_name, const std::string& boundary, 
   coefficients_.resize(functions_ * (n - 1) * static_cast<size_t>(kind.order));
 
   const auto points = static_cast<int64_t>(n), count = static_cast<int64_t>(functions_);
-  check(qlx_df_kernel_dNewTask1D(&task_, points, x_.data(), DF_NON_UNIFORM, count, y_.data(), DF_ROWS, 1), kind_);
-  check(qlx_df_kernel_dEditPPSpline1D(task_, kind.order, kind.type, boundary_.code,
+  check(qlx_df_kernel_dNewTask1D(&task_.handle, points, x_.data(), DF_NON_UNIFORM, count, y_.data(), DF_ROWS, 1),
+        kind_);
+  check(qlx_df_kernel_dEditPPSpline1D(task_.handle, kind.order, kind.type, boundary_.code,
                                       boundary_.values.empty() ? nullptr : boundary_.values.data(),
                                       internal_.empty() ? DF_IC_NONE : DF_IC_1ST_DERIVATIVE,
                                       internal_.empty() ? nullptr : internal_.data(), coefficients_.data(), DF_ROWS),
         kind_);
-  check(kind.entry(task_, 0, 0, qlx_serv_thread_table()), kind_);
-}
-
-SplineFit::~SplineFit() {
-  qlx_df_kernel_DeleteTask(&task_);
+  check(kind.entry(task_.handle, 0, 0, qlx_serv_thread_table()), kind_);
 }
 
 std::vector<double> SplineFit::evaluate(const std::vector<double>& sites, const std::vector<int64_t>& orders) const {
   std::vector<double> results(functions_ * orders.size() * sites.size());
   const int64_t hint = std::is_sorted(sites.begin(), sites.end()) ? DF_SORTED_SITES : 0;
-  check(qlx_df_kernel_dDFInterpolate1D(task_, 0, 0, static_cast<int64_t>(sites.size()), sites.data(), hint, nullptr,
-                                       static_cast<int64_t>(orders.size()), orders.data(), results.data(), DF_ROWS,
-                                       nullptr, nullptr, qlx_serv_thread_table()),
+  check(qlx_df_kernel_dDFInterpolate1D(task_.handle, 0, 0, static_cast<int64_t>(sites.size()), sites.data(), hint,
+                                       nullptr, static_cast<int64_t>(orders.size()), orders.data(), results.data(),
+                                       DF_ROWS, nullptr, nullptr, qlx_serv_thread_table()),
         kind_);
   return results;
 }
 
 std::vector<double> SplineFit::integrate(const std::vector<double>& from, const std::vector<double>& to) const {
   std::vector<double> results(functions_ * from.size());
-  check(qlx_df_kernel_dDFIntegrate1D(task_, 0, 0, static_cast<int64_t>(from.size()), from.data(), 0, to.data(), 0,
-                                     nullptr, results.data(), DF_ROWS, nullptr, qlx_serv_thread_table()),
+  check(qlx_df_kernel_dDFIntegrate1D(task_.handle, 0, 0, static_cast<int64_t>(from.size()), from.data(), 0, to.data(),
+                                     0, nullptr, results.data(), DF_ROWS, nullptr, qlx_serv_thread_table()),
         kind_);
   return results;
 }

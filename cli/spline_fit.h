@@ -27,7 +27,6 @@ class SplineFit {
   // derivatives at all points for kind hermite, or empty. Throws Error.
   SplineFit(const std::string& kind, const std::string& boundary, std::vector<double> x,
             const std::vector<std::vector<double>>& y, const std::vector<double>& slopes);
-  ~SplineFit();
   SplineFit(const SplineFit&) = delete;
   SplineFit& operator=(const SplineFit&) = delete;
 
@@ -41,7 +40,14 @@ class SplineFit {
   std::vector<double> x_, y_, internal_, coefficients_;
   Boundary boundary_;
   size_t functions_;
-  DFTask* task_ = nullptr;
+  // Ends with the members, so that a constructor that throws leaves no task behind.
+  struct Task {
+    DFTask* handle = nullptr;
+    Task() = default;
+    Task(const Task&) = delete;
+    Task& operator=(const Task&) = delete;
+    ~Task() { qlx_df_kernel_DeleteTask(&handle); }
+  } task_;
 };
 
 }  // namespace qlx::cli
