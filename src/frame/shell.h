@@ -8,7 +8,8 @@
 //     using Pack = simd::PackF32;
 //     static constexpr int kBlock = 32;                    // elements mended and stored together, a multiple of kLanes
 //     static constexpr int kPass = 64;                     // optional: elements that a pass of the main loop takes
-//     Pack formula(Pack a) const;                          // all lanes, whatever they hold
+//     Pack formula(Pack a) const;                          // all lanes, whatever they hold; [[gnu::always_inline]] if
+//                                                          // the compiler would call a long one for each register
 //     Pack::Mask needs_care(Pack a) const;                 // lanes that the formula can't serve; left out: none
 //     static Status callout(const float *a, float *r);     // always stores a result
 //     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
@@ -115,7 +116,6 @@ struct ScalarArgument {
 struct None {};
 
 // ---- The walk of marked lanes, out of line and shared by all kernels of a type
-// ---------------------------------------
 
 constexpr int kMaxBlock = 32;
 
@@ -190,7 +190,7 @@ class Run {
       if (n >= kAlignFrom) i = align_stores();
     }
     i = blocks(i, n);
-    i = passes<kLanes>(i, n);
+    if constexpr (Formula::kBlock > kLanes) i = passes<kLanes>(i, n);
     if (i < n) masked_pass(i, n - i);
   }
 
@@ -486,11 +486,11 @@ struct Kernel {
 }  // namespace qlx::shell
 
 // ---- Instantiation, one line a kernel, at file scope
-// ----------------------------------------------------------------- QLX_KERNEL(Shape, t, Name, Accuracy, Formula)
-// defines the unit-stride and the strided kernel that the row of t and Name in catalogue.def calls Accuracy: LA, HA,
-// EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are all 1 goes to the unit-stride kernel through the
-// function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any class with run(), and the name that the strided
-// kernel reports under.
+//
+// QLX_KERNEL(Shape, t, Name, Accuracy, Formula) defines the unit-stride and the strided kernel that the row of t and
+// Name in catalogue.def calls Accuracy: LA, HA, EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are
+// all 1 goes to the unit-stride kernel through the function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any
+// class with run(), and the name that the strided kernel reports under.
 
 #define QLX_SLOT_LA 0
 #define QLX_SLOT_HA 1

@@ -196,7 +196,7 @@ template <bool kRealBase>
 struct PowF32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 8;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const PackF64 t_low = simd::widen_low(y) * ln_f64(simd::widen_low(x));
     const PackF64 t_high = simd::widen_high(y) * ln_f64(simd::widen_high(x));
     const Pack result = simd::narrow(exp_f64(t_low), exp_f64(t_high));
@@ -210,7 +210,7 @@ template <bool kRealBase>
 struct PowF32EP {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     // x = 2^n m, m in [2/3, 4/3): what lies above the bits of 2/3 counts n.
     const simd::IntegersF32 two_thirds = simd::integers_f32(0x3F2AAAAB);
     const simd::IntegersF32 above = simd::bits_of(x) - two_thirds;
@@ -239,7 +239,7 @@ template <bool kRealBase, int kLogDegree, int kExpDegree>
 struct PowF64Words {
   using Pack = PackF64;
   static constexpr int kBlock = 4;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const Log2Words t = times_exponent(y, log2_words<kLogDegree>(x, all<Pack>(0)));
     const Exp2Words e = exp2_words<kExpDegree>(t);
     const Pack power = simd::add_to_exponent<7>(e.value + e.rest, e.shifted, ~uint64_t{0x7F});
@@ -257,7 +257,7 @@ template <bool kRealBase>
 struct PowF64EP {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const Pack t = y * ln_f64(x);
     return {exp_f64(t), base_needs_care(x) | beyond(t, std::bit_cast<double>(0x4086232B00000000ull))};
   }

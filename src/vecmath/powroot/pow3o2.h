@@ -72,7 +72,7 @@ struct Pow3o2F32HA {
 struct Pow3o2F32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 32;
-  Pack formula(Pack x) const { return x * SqrtF32LA().formula(x); }
+  Pack formula(Pack x) const { return x * SqrtF32LA().formula(x).result; }
   Pack::Mask needs_care(Pack x) const { return pow3o2_needs_care(x); }
   static Status callout(const float* a, float* r) { return pow3o2_callout<Pow3o2F32HA>(a, r); }
 };
