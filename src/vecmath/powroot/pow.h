@@ -196,6 +196,7 @@ template <bool kRealBase>
 struct PowF32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 8;
+  static constexpr int kPass = 16;
   [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const PackF64 t_low = simd::widen_low(y) * ln_f64(simd::widen_low(x));
     const PackF64 t_high = simd::widen_high(y) * ln_f64(simd::widen_high(x));
@@ -239,6 +240,7 @@ template <bool kRealBase, int kLogDegree, int kExpDegree>
 struct PowF64Words {
   using Pack = PackF64;
   static constexpr int kBlock = 4;
+  static constexpr int kPass = 8;
   [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const Log2Words t = times_exponent(y, log2_words<kLogDegree>(x, all<Pack>(0)));
     const Exp2Words e = exp2_words<kExpDegree>(t);
