@@ -26,7 +26,7 @@
 #include "frame/shell.h"
 #include "vecmath/callout.h"
 #include "vecmath/explog/log_core.h"
-#include "vecmath/powroot/polynomial.h"
+#include "vecmath/simd/polynomial.h"
 
 namespace qlx::powroot {
 
@@ -103,7 +103,7 @@ inline Log2Words log2_words(PackF64 x, PackF64 offset) {
   const Pack r_high = head * scale - all<Pack>(0x1.715474p0);  // exact: the product, and by Sterbenz the difference
   const Pack r_low = (m - head) * scale;                       // exact, at most 2^-28
   const Pack r = r_high + r_low;
-  const Pack series = polynomial<kDegree>(r, kPowLogSeries);  // all terms over R
+  const Pack series = simd::polynomial<kDegree>(r, kPowLogSeries);  // all terms over R
   // e and the table's high word are multiples of 2^-40 below 2^11: their sum is exact, and larger than R, or 0.
   const Pack sum = e + log_high;
   const Pack first = sum + r_high;
@@ -134,7 +134,7 @@ inline Exp2Words exp2_words(const Log2Words& t) {
   const Pack shifter = all<Pack>(0x1.8p45);
   const Pack shifted = t.high + shifter;
   const Pack r = (t.high - (shifted - shifter)) + t.low;  // |r| <= 2^-8
-  const Pack series = polynomial<kDegree>(r, kPowExpSeries);
+  const Pack series = simd::polynomial<kDegree>(r, kPowExpSeries);
   const auto [value, rest] = simd::look_up(kExp2Rows128, simd::low_words(shifted) & simd::integers_f64(0x7F));
   return {value, rest + value * (r * series), shifted};
 }
@@ -220,7 +220,7 @@ struct PowF32EP {
     // ln m, given, 2^-21; two parts of ln 2, of which the first has 15 bits.
     static constexpr float kLog[] = {-0.5f,        0.33336565f, -0.25004664f, 0.19822504f,
                                      -0.16462457f, 0.16964881f, -0.15177205f};
-    const Pack q = polynomial<7>(r, kLog);
+    const Pack q = simd::polynomial(r, kLog);
     const Pack log = n * all<Pack>(0x1.62e4p-1f) + (n * all<Pack>(0x1.7f7d1cp-20f) + (r + (r * r) * q));
     const Pack t = y * log;
     // e^t, given: k ln 2 in one part, a cubic whose error is 1e-4 at most.
