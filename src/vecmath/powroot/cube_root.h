@@ -5,11 +5,10 @@
 //
 //   |x|^p = 2^(3 p q) (2^k m)^p.
 //
-// sCbrt, sInvCbrt and sPow2o3 in EP and LA take m^p from one polynomial on [1, 2), and 2^(k p) from a register; LA has
-// 2^(k p) in two words, and adds the polynomial's share last. Together with the polynomial's error, 2^-25.1 or less,
-// that is small enough for the cubes: of the 128 mantissas that the cube of an integer can have in a float, each comes
-// out exact. All others take (2^k c)^p from a table of 3 * 64 rows, where c = 1 + j/64 is m cut to 6 bits, and the rest
-// from the binomial series
+// sCbrt, sInvCbrt and sPow2o3 in EP and LA take m^p from one polynomial on [1, 2), and 2^(k p) from a register; LA adds
+// the polynomial's share last, and sCbrt LA has 2^(k p) in two words: with a polynomial good to 2^-25.1 that is enough
+// for each of the 128 mantissas that cubes have in a float to come out exact. All others take (2^k c)^p from a table of
+// 3 * 64 rows, where c = 1 + j/64 is m cut to 6 bits, and the rest from the binomial series
 //
 //   (m/c)^p = (1 + r)^p = 1 + p r + p (p - 1)/2 r^2 + ...,   r = (m - c) / c, 0 <= r < 2^-6.
 //
@@ -79,7 +78,6 @@ struct InvCbrtPower {
                                           -1976.0 / 19683, 5434.0 / 59049, -135850.0 / 1594323};
   // 2^((1 - k) / 3)
   static constexpr float kPowersOf2[4] = {0x1.428a3p0f, 1, 0x1.965feap-1f, 0};
-  static constexpr float kPowersOf2Low[4] = {-0x1.9ca35ep-26f, 0, 0x1.4f5b9p-27f, 0};
   static constexpr auto& kPolynomialEP = kInvCbrtF32EP;  // 2^-11.95
   static constexpr auto& kPolynomialLA = kInvCbrtF32LA;  // 2^-25.3
 };
@@ -94,7 +92,6 @@ struct Pow2o3Power {
                                           -91.0 / 6561, 208.0 / 19683, -494.0 / 59049, 10868.0 / 1594323};
   // 4^((k - 1) / 3)
   static constexpr float kPowersOf2[4] = {0x1.428a3p-1f, 1, 0x1.965feap0f, 0};
-  static constexpr float kPowersOf2Low[4] = {-0x1.9ca35ep-27f, 0, 0x1.4f5b9p-26f, 0};
   // Given; 2^-14.2.
   static constexpr float kPolynomialEP[] = {0.21638376f, 0.92372727f, -0.16102907f, 0.020969581f};
   // Given to a few digits, refitted: 2^-28.9.
@@ -148,8 +145,12 @@ inline PackF32 power_la(PackF32 x) {
   return by_polynomial<Power>(x, [](PackF32 m, PackF32 k) {
     const PackF32 r = m - all<PackF32>(1);
     const PackF32 s = r * simd::polynomial(r, Power::kPolynomialLA);
-    const PackF32 row = simd::choose(Power::kPowersOf2, k), low = simd::choose(Power::kPowersOf2Low, k);
-    return row + (row * s + low);
+    const PackF32 row = simd::choose(Power::kPowersOf2, k);
+    if constexpr (requires { Power::kPowersOf2Low; }) {
+      return row + (row * s + simd::choose(Power::kPowersOf2Low, k));
+    } else {
+      return row + row * s;
+    }
   });
 }
 
