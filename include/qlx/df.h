@@ -227,7 +227,7 @@ QLX_API int32_t qlx_df_kernel_DeleteTask(DFTask** task);
    the cell given in element 4. The method is: user_search when not null; by the partition's hint (uniform,
    quasi-uniform); for DF_SORTED_SITES a merge; else as site_parameters asks; else hybrid, that is the task's bucket
    table and then bisection. More than 3000 sites are shared among threads.
-   Statuses: -1026, -1001 (more than 4096 uniform sites), a negative one of user_search.
+   Statuses: -1000, -1026, -1001 (more than 4096 uniform sites), a negative one of user_search.
 
    The kernels behind it work on a contiguous run of sites on the calling thread; a name that ends in 32 does the same.
    `scale` is (n - 1) / (last point - first point), and search_scale of the task for the hybrid search, whose table

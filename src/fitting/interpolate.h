@@ -95,8 +95,8 @@ template <class Real>
 void locate_polynomials(const SplineView<Real>& view, SiteBlock<Real>& block) {
   const auto most = static_cast<int32_t>(view.pieces - 1);
   for (int64_t i = 0; i < block.m; ++i) {
-    const int32_t piece = block.cells[i] - 1;
-    block.pieces[i] = piece < 0 ? 0 : piece > most ? most : piece;
+    const int32_t cell = block.cells[i];  // a user's search may have said anything
+    block.pieces[i] = cell < 1 ? 0 : cell > most ? most : cell - 1;
   }
   if (view.origins.is_uniform()) {
     const Real start = view.origins.data()[0], width = view.origins.width();
