@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <limits>
+#include <cmath>
 
 #include "fitting/spline_view.h"
 #include "fitting/work_division.h"
@@ -62,7 +62,7 @@ void evaluate_pieces(const Real* row, int64_t m, const int32_t* pieces, const Re
 // 0, or NaN where the site is.
 template <class Real>
 void evaluate_zero(int64_t m, const Real* offsets, Real* out, int64_t step) {
-  for (int64_t i = 0; i < m; ++i) out[i * step] = offsets[i] == offsets[i] ? Real{0} : offsets[i];
+  for (int64_t i = 0; i < m; ++i) out[i * step] = std::isnan(offsets[i]) ? offsets[i] : Real{0};
 }
 
 template <class Real>
@@ -131,7 +131,7 @@ void locate_steps(const SplineView<Real>& view, SiteBlock<Real>& block) {
   for (int64_t i = 0; i < block.m; ++i) {
     const Real t = block.sites[i];
     block.pieces[i] = static_cast<int32_t>(step_point(view, block.cells[i], t));
-    block.offsets[i] = t == t ? Real{0} : t;
+    block.offsets[i] = std::isnan(t) ? t : Real{0};
   }
 }
 
