@@ -3,6 +3,7 @@
 #include "spline_fit.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "error.h"
 #include "number.h"
@@ -72,8 +73,9 @@ Boundary parse_boundary(const std::string& text) {
     while (at != std::string::npos) {
       const size_t next = text.find(':', at + 1);
       const std::string number = text.substr(at + 1, next == std::string::npos ? next : next - at - 1);
-      if (parse_number(number, &boundary.values.emplace_back()) != Parsed::kNumber)
-        throw Error("--bc " + text + ": '" + number + "' is not a number");
+      double& value = boundary.values.emplace_back();
+      if (parse_number(number, &value) != Parsed::kNumber || !std::isfinite(value))
+        throw Error("--bc " + text + ": '" + number + "' is not a finite number");
       at = next;
     }
     // The quadratic spline's value may be left out: it is then taken from the data.
@@ -129,8 +131,9 @@ SplineFit::SplineFit(const std::string& kind_name, const std::string& boundary, 
   const size_t least = std::max(kind.least_points, size_t{boundary_.code == DF_BC_NOT_A_KNOT ? 3u : 2u});
   if (n < least)
     throw Error("spline " + kind_ + " needs at least " + std::to_string(least) + " points, not " + std::to_string(n));
-  if (kind_ == "linear" && boundary_.code != DF_BC_NONE && boundary_.code != DF_BC_PERIODIC)
-    check(DF_BAD_BOUNDARY_TYPE, kind_);
+  const bool lacks_ends = kind_ == "linear" && boundary_.code != DF_BC_NONE && boundary_.code != DF_BC_PERIODIC;
+  const bool lacks_middle = kind.order != 3 && boundary_.code == DF_BC_MIDDLE_VALUE;
+  if (lacks_ends || lacks_middle) check(DF_BAD_BOUNDARY_TYPE, kind_);
   if (kind.order == 3 && boundary_.values.empty()) {
     if (functions_ > 1 && boundary_.code == DF_BC_MIDDLE_VALUE)
       throw Error("spline quadratic: fit one --y at a time, or give --bc middle:VALUE for all");

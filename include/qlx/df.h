@@ -321,7 +321,8 @@ QLX_DF_DECLARE_SPLINE(AkimaCubic)
    method            handed on to callbacks->search.
    sites             site_count sites, or two with DF_UNIFORM_SITES.
    site_parameters   as for qlx_df_kernel_dDFSearch1D, with all that is told there of the search.
-   orders            derivative_count orders of derivatives from 0 up, in any sequence. Orders beyond the degree give 0.
+   orders            derivative_count orders of derivatives from 0 up, in any sequence. Orders beyond the degree give 0,
+                     and every order NaN where the site is NaN.
    results           null when derivative_count is 0; else by result_hint
                        DF_ROWS or 0     results[(f * derivative_count + k) * site_count + i]
                        DF_INTERLEAVED   results[(i * function_count + f) * derivative_count + k]

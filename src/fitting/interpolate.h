@@ -33,7 +33,7 @@ struct Interpolation {
 };
 
 // Derivative kDerivative of c0 + c1 u + ... (kOrder terms) by Horner's rule: term j has the factor
-// j (j - 1) ... (j - kDerivative + 1).
+// j (j - 1) ... (j - kDerivative + 1). A derivative that is constant still is NaN where u is.
 template <int kOrder, int kDerivative, class Real>
 inline Real horner(const Real* c, Real u) {
   constexpr auto factor = [](int j) {
@@ -42,6 +42,7 @@ inline Real horner(const Real* c, Real u) {
     return static_cast<Real>(product);
   };
   Real value = factor(kOrder - 1) * c[kOrder - 1];
+  if constexpr (kDerivative == kOrder - 1) return std::isnan(u) ? u : value;
   for (int j = kOrder - 2; j >= kDerivative; --j) value = value * u + factor(j) * c[j];
   return value;
 }

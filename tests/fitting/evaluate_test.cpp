@@ -142,6 +142,17 @@ TYPED_TEST(EvaluationTest, DerivativesOfEveryOrderInEveryLayout) {
   }
 }
 
+TYPED_TEST(EvaluationTest, EveryDerivativeIsNanWhereTheSiteIs) {
+  const Spline<TypeParam> s(6, 1, 4, 0, false);
+  const TypeParam sites[] = {1, std::numeric_limits<TypeParam>::quiet_NaN()};
+  const int64_t orders[] = {0, 1, 2, 3, 4};
+  TypeParam r[10];
+  ASSERT_EQ(
+      Api<TypeParam>::interpolate(s.task, 0, 0, 2, sites, 0, nullptr, 5, orders, r, 16, nullptr, nullptr, nullptr),
+      DF_OK);
+  for (int k = 0; k < 10; ++k) EXPECT_EQ(std::isnan(r[k]), k % 2 == 1) << k;
+}
+
 TYPED_TEST(EvaluationTest, StepsAndLookupNeedNoCoefficients) {
   using Real = TypeParam;
   using A = Api<Real>;
