@@ -31,24 +31,38 @@ std::string option_words(const CLI::App& command) {
   return words;
 }
 
+// A case of the script: what completes a subcommand's options, or one place of its command line.
+std::string one_case(const std::string& subcommand, const std::string& place, const std::string& quoted_words) {
+  return "    " + subcommand + place + ") words=" + quoted_words + " ;;\n";
+}
+
+std::string in_quotes(const std::string& words) {
+  return "'" + words + "'";
+}
+
+// Asked of the command when the user completes.
+std::string listed_words(const std::string& subcommand) {
+  return "\"$(qlx " + subcommand + " --list | tail -n +2 | cut -d, -f1)\"";
+}
+
 void print_script(const CLI::App& app, Output* out) {
   std::string names, options, arguments;
   for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
     const std::string& name = command->get_name();
-    names += (names.empty() ? "" : " ") + name;
-    options += "    " + name + ") words='" + option_words(*command) + "' ;;\n";
+    if (!names.empty()) names += ' ';
+    names += name;
+    options += one_case(name, "", in_quotes(option_words(*command)));
     for (const CLI::Option* option : command->get_options()) {
       const std::string words = choices(*option);
       if (words.empty()) continue;
       if (option->get_positional()) {
-        arguments += "    " + name + ":2) words='" + words + "' ;;\n";
+        arguments += one_case(name, ":2", in_quotes(words));
       } else {
         for (const std::string& long_name : option->get_lnames())
-          arguments += "    " + name + ":--" + long_name + ") words='" + words + "' ;;\n";
+          arguments += one_case(name, ":--" + long_name, in_quotes(words));
       }
     }
-    if (command->get_option_no_throw("--list") != nullptr)
-      arguments += "    " + name + ":2) words=\"$(qlx " + name + " --list | tail -n +2 | cut -d, -f1)\" ;;\n";
+    if (command->get_option_no_throw("--list") != nullptr) arguments += one_case(name, ":2", listed_words(name));
   }
   // What the cursor stands on: the subcommand, an option, the value of one, the first argument, else a file.
   *out << "# Completion of qlx for bash; in zsh, run `autoload bashcompinit; bashcompinit` before.\n"

@@ -184,6 +184,7 @@ size_t CsvReader::column(std::string_view selector) const {
 
 std::vector<size_t> CsvReader::columns(const std::vector<std::string>& selectors) const {
   std::vector<size_t> result;
+  result.reserve(selectors.size());
   for (const std::string& selector : selectors) result.push_back(column(selector));
   return result;
 }

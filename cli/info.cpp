@@ -71,7 +71,7 @@ bool system_saves(State state) {
 std::string processor_name() {
   constexpr unsigned kFirstBrandLeaf = 0x80000002u;  // three leaves of 16 characters, NUL-padded
   char name[49] = {};
-  for (unsigned k = 0; k < 3; ++k) std::memcpy(name + 16 * k, CpuidLeaf(kFirstBrandLeaf + k).registers, 16);
+  for (unsigned k = 0; k < 3; ++k) std::memcpy(name + size_t{16} * k, CpuidLeaf(kFirstBrandLeaf + k).registers, 16);
   const std::string_view text(name);
   const size_t begin = text.find_first_not_of(' ');
   return begin == text.npos ? "unknown" : std::string(text.substr(begin, text.find_last_not_of(' ') - begin + 1));

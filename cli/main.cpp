@@ -35,7 +35,7 @@ int fail(const std::string& message) {
   return kExitBadUse;
 }
 
-int run(int argc, char** argv) {
+int run_subcommand(int argc, char** argv) {
   CLI::App app("Elementwise math, random numbers, statistics and splines on CSV files.", "qlx");
   app.set_version_flag("--version", "qlx " QLX_VERSION);
   app.set_help_flag("-h,--help", "Print this help and exit");
@@ -62,6 +62,12 @@ int run(int argc, char** argv) {
     return chosen();
   } catch (const CLI::Success& success) {  // --help, --version
     return app.exit(success);
+  }
+}
+
+int run(int argc, char** argv) {
+  try {
+    return run_subcommand(argc, argv);
   } catch (const std::exception& error) {  // Error, CLI::ParseError, out of memory
     return fail(error.what());
   }

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "plot.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include "error.h"
 #include "number.h"
@@ -36,7 +38,9 @@ void check_plot_name(const std::string& file) {
 void draw_plot(const std::string& file, const std::string& x_label, const std::vector<PlotSeries>& series) {
   std::string script = ends_with(file, ".svg") ? "set terminal svg size 800,500 background 'white'\n"
                                                : "set terminal png size 800,500\n";
-  script += "set output " + quoted(file) + "\nset key top left noenhanced\nset grid\n";
+  // Drawn beside the file and then moved there, so that a failure leaves what was before.
+  const std::string part = file + ".part";
+  script += "set output " + quoted(part) + "\nset key top left noenhanced\nset grid\n";
   script += "set xlabel " + quoted(x_label) + " noenhanced\n";
   std::string plots;
   for (size_t k = 0; k < series.size(); ++k) {
@@ -51,16 +55,24 @@ void draw_plot(const std::string& file, const std::string& x_label, const std::v
   }
   script += plots + "\n";
 
+  // gnuplot draws on its standard output what it can't write elsewhere.
+  std::FILE* writable = std::fopen(part.c_str(), "w");
+  if (writable == nullptr) throw Error("--plot: " + file + ": cannot write: " + std::strerror(errno));
+  std::fclose(writable);
   // A gnuplot that isn't there must not kill this process while it writes.
   std::signal(SIGPIPE, SIG_IGN);
-  std::FILE* pipe = popen("gnuplot 2>/dev/null", "w");
-  if (pipe == nullptr) throw Error("--plot: gnuplot can't be started");
-  std::fwrite(script.data(), 1, script.size(), pipe);
-  const int status = pclose(pipe);
-  constexpr int kNotFound = 127;
-  if (status != 0)
-    throw Error("--plot: gnuplot " + std::string(status >> 8 == kNotFound ? "is not installed" : "failed on ") +
-                (status >> 8 == kNotFound ? "" : file));
+  std::FILE* pipe = popen("gnuplot >/dev/null 2>&1", "w");
+  int status = -1;
+  if (pipe != nullptr) {
+    std::fwrite(script.data(), 1, script.size(), pipe);
+    status = pclose(pipe);
+  }
+  if (status == 0 && std::rename(part.c_str(), file.c_str()) == 0) return;
+  const int reason = errno;
+  std::remove(part.c_str());
+  constexpr int kNotFound = 127 << 8;  // the shell's exit status
+  if (status == 0) throw Error("--plot: " + file + ": cannot write: " + std::strerror(reason));
+  throw Error(status == kNotFound ? "--plot: gnuplot is not installed" : "--plot: gnuplot failed on " + file);
 }
 
 }  // namespace qlx::cli

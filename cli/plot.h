@@ -17,7 +17,7 @@ struct PlotSeries {
 // Throws Error when the name of a drawing ends in neither .svg nor .png.
 void check_plot_name(const std::string& file);
 
-// Draws the series into `file`. Throws Error when gnuplot is missing or fails.
+// Draws the series into `file`. Throws Error, and leaves the file as it was, when gnuplot is missing or fails.
 void draw_plot(const std::string& file, const std::string& x_label, const std::vector<PlotSeries>& series);
 
 }  // namespace qlx::cli

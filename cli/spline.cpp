@@ -39,16 +39,7 @@ struct Arguments {
 
 // "A:B" or "A:B:N" as numbers.
 std::vector<double> parse_parts(const std::string& option, const std::string& text, size_t count) {
-  std::vector<double> parts;
-  for (size_t at = 0; at <= text.size();) {
-    const size_t colon = std::min(text.find(':', at), text.size());
-    const std::string part = text.substr(at, colon - at);
-    double value = 0;
-    if (parse_number(part, &value) != Parsed::kNumber || !std::isfinite(value))
-      throw Error(option + " " + text + ": '" + part + "' is not a finite number");
-    parts.push_back(value);
-    at = colon + 1;
-  }
+  std::vector<double> parts = colon_numbers(option + " " + text, text);
   if (parts.size() != count)
     throw Error(option + " takes " + (count == 3 ? "FROM:TO:NUMBER" : "FROM:TO") + ", not '" + text + "'");
   return parts;
@@ -102,6 +93,7 @@ Table read_table(const Arguments& arguments) {
   Table table;
   const auto sorted = [&](size_t column) {
     std::vector<double> result;
+    result.reserve(order.size());
     for (const size_t i : order) result.push_back(values[column][i]);
     return result;
   };
@@ -123,6 +115,7 @@ std::vector<double> read_sites(const Arguments& arguments) {
     if (!(parts[2] >= 1 && parts[2] <= kMost) || parts[2] != std::floor(parts[2]))
       throw Error("--grid " + arguments.grid + ": the number of sites is whole, from 1 to 1e9");
     const auto count = static_cast<size_t>(parts[2]);
+    sites.reserve(count);
     for (size_t i = 0; i < count; ++i) {
       // Both ends exactly.
       const double share = count == 1 ? 0 : static_cast<double>(i) / static_cast<double>(count - 1);
@@ -196,6 +189,7 @@ void print_integrals(const Arguments& arguments, const Table& table, const Splin
 
 void draw(const Arguments& arguments, const Table& table, const SplineFit& fit) {
   std::vector<double> sites;
+  sites.reserve(kCurvePoints);
   const double low = table.x.front(), high = table.x.back();
   for (size_t i = 0; i < kCurvePoints; ++i)
     sites.push_back(low + (high - low) * static_cast<double>(i) / (kCurvePoints - 1));

@@ -3,6 +3,7 @@
 #include "spline_fit.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "error.h"
 #include "number.h"
@@ -61,6 +62,10 @@ const Kind& find_kind(const std::string& name) {
   throw Error(unknown_name("kind", name, spline_kinds(), "qlx spline --help"));
 }
 
+Error not_finite(const std::string& where, const std::string& number) {
+  return Error(where + ": '" + number + "' is not a finite number");
+}
+
 // "NAME" or "NAME:LEFT:RIGHT".
 Boundary parse_boundary(const std::string& text) {
   const size_t colon = text.find(':');
@@ -68,14 +73,7 @@ Boundary parse_boundary(const std::string& text) {
   for (const BoundaryName& row : kBoundaries) {
     if (name != row.name) continue;
     Boundary boundary{row.code, {}};
-    size_t at = colon;
-    while (at != std::string::npos) {
-      const size_t next = text.find(':', at + 1);
-      const std::string number = text.substr(at + 1, next == std::string::npos ? next : next - at - 1);
-      if (parse_number(number, &boundary.values.emplace_back()) != Parsed::kNumber)
-        throw Error("--bc " + text + ": '" + number + "' is not a number");
-      at = next;
-    }
+    if (colon != std::string::npos) boundary.values = colon_numbers("--bc " + text, text.substr(colon + 1));
     // The quadratic spline's value may be left out: it is then taken from the data.
     const bool left_out = row.code == DF_BC_MIDDLE_VALUE && boundary.values.empty();
     if (boundary.values.size() != row.values && !left_out)
@@ -115,6 +113,18 @@ std::vector<std::string> boundary_names() {
   return names_of(kBoundaries);
 }
 
+std::vector<double> colon_numbers(const std::string& where, const std::string& text) {
+  std::vector<double> numbers;
+  for (size_t at = 0; at <= text.size();) {
+    const size_t colon = std::min(text.find(':', at), text.size());
+    const std::string part = text.substr(at, colon - at);
+    double& value = numbers.emplace_back();
+    if (parse_number(part, &value) != Parsed::kNumber || !std::isfinite(value)) throw not_finite(where, part);
+    at = colon + 1;
+  }
+  return numbers;
+}
+
 SplineFit::SplineFit(const std::string& kind_name, const std::string& boundary, std::vector<double> x,
                      const std::vector<std::vector<double>>& y, const std::vector<double>& slopes)
     : kind_(kind_name), x_(std::move(x)), functions_(y.size()) {
@@ -129,8 +139,9 @@ SplineFit::SplineFit(const std::string& kind_name, const std::string& boundary, 
   const size_t least = std::max(kind.least_points, size_t{boundary_.code == DF_BC_NOT_A_KNOT ? 3u : 2u});
   if (n < least)
     throw Error("spline " + kind_ + " needs at least " + std::to_string(least) + " points, not " + std::to_string(n));
-  if (kind_ == "linear" && boundary_.code != DF_BC_NONE && boundary_.code != DF_BC_PERIODIC)
-    check(DF_BAD_BOUNDARY_TYPE, kind_);
+  const bool lacks_ends = kind_ == "linear" && boundary_.code != DF_BC_NONE && boundary_.code != DF_BC_PERIODIC;
+  const bool lacks_middle = kind.order != 3 && boundary_.code == DF_BC_MIDDLE_VALUE;
+  if (lacks_ends || lacks_middle) check(DF_BAD_BOUNDARY_TYPE, kind_);
   if (kind.order == 3 && boundary_.values.empty()) {
     if (functions_ > 1 && boundary_.code == DF_BC_MIDDLE_VALUE)
       throw Error("spline quadratic: fit one --y at a time, or give --bc middle:VALUE for all");

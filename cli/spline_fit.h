@@ -21,6 +21,9 @@ struct Boundary {
 std::vector<std::string> spline_kinds();
 std::vector<std::string> boundary_names();
 
+// The finite numbers of "A:B:C". Throws Error, which names `where` they stand.
+std::vector<double> colon_numbers(const std::string& where, const std::string& text);
+
 class SplineFit {
  public:
   // Fits the columns of `y` on the ascending points `x`. `boundary` empty: the kind's own default. `slopes` are the

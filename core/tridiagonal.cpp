@@ -13,6 +13,7 @@
 //
 // The factor keeps 1 / p[i] in d[i], so that solving divides nowhere, and leaves dl and du as they are. Products are
 // taken as (dl / p) du: dominance bounds the quotient by 1, where dl du alone could overflow.
+#include <algorithm>
 #include <cstddef>
 
 #include "qlx/core.h"
@@ -31,7 +32,7 @@ constexpr int kColumnsAtOnce = 4;
 template <int columns, class T>
 struct Row {
   T pivot;
-  T values[columns == kNoColumns ? 1 : columns];
+  T values[std::max(columns, 1)];
 };
 
 // Sweeps from both ends to the twist. Returns 0, or the number, counted from 1, of the row whose pivot is zero.

@@ -227,7 +227,7 @@ QLX_API int32_t qlx_df_kernel_DeleteTask(DFTask** task);
    the cell given in element 4. The method is: user_search when not null; by the partition's hint (uniform,
    quasi-uniform); for DF_SORTED_SITES a merge; else as site_parameters asks; else hybrid, that is the task's bucket
    table and then bisection. More than 3000 sites are shared among threads.
-   Statuses: -1026, -1001 (more than 4096 uniform sites), a negative one of user_search.
+   Statuses: -1000, -1026, -1001 (more than 4096 uniform sites), a negative one of user_search.
 
    The kernels behind it work on a contiguous run of sites on the calling thread; a name that ends in 32 does the same.
    `scale` is (n - 1) / (last point - first point), and search_scale of the task for the hybrid search, whose table
@@ -321,7 +321,8 @@ QLX_DF_DECLARE_SPLINE(AkimaCubic)
    method            handed on to callbacks->search.
    sites             site_count sites, or two with DF_UNIFORM_SITES.
    site_parameters   as for qlx_df_kernel_dDFSearch1D, with all that is told there of the search.
-   orders            derivative_count orders of derivatives from 0 up, in any sequence. Orders beyond the degree give 0.
+   orders            derivative_count orders of derivatives from 0 up, in any sequence. Orders beyond the degree give 0,
+                     and every order NaN where the site is NaN.
    results           null when derivative_count is 0; else by result_hint
                        DF_ROWS or 0     results[(f * derivative_count + k) * site_count + i]
                        DF_INTERLEAVED   results[(i * function_count + f) * derivative_count + k]

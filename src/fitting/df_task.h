@@ -35,9 +35,13 @@ struct DFTask {
   } search_scale;  // T / (x[n-1] - x[0]) in the task's element type
 };
 
-// Gives an exported function a second name in its translation unit. nothrow: what every target has here, built without
-// exceptions.
+// Gives an exported function a second name in its translation unit. gcc misses nothrow on the second name, since every
+// target has it here, built without exceptions; to clang it is an exception specification that the header lacks.
+#ifdef __clang__
+#define QLX_DF_ALIAS(DECLARATION, TARGET) extern "C" DECLARATION __attribute__((alias(#TARGET)));
+#else
 #define QLX_DF_ALIAS(DECLARATION, TARGET) extern "C" DECLARATION __attribute__((alias(#TARGET), nothrow));
+#endif
 
 namespace qlx::fitting {
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cmath>
 #include <limits>
 
 #include "fitting/interpolate.h"
@@ -102,7 +103,7 @@ class CarefulSum {
   // Once the sum is infinite the correction is NaN, and means nothing.
   double value() const {
     const double corrected = sum_ + lost_;
-    return lost_ == lost_ ? corrected : sum_;
+    return std::isnan(lost_) ? sum_ : corrected;
   }
 
  private:

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <limits>
+#include <cmath>
 
 #include "fitting/spline_view.h"
 #include "fitting/work_division.h"
@@ -33,7 +33,7 @@ struct Interpolation {
 };
 
 // Derivative kDerivative of c0 + c1 u + ... (kOrder terms) by Horner's rule: term j has the factor
-// j (j - 1) ... (j - kDerivative + 1).
+// j (j - 1) ... (j - kDerivative + 1). A derivative that is constant still is NaN where u is.
 template <int kOrder, int kDerivative, class Real>
 inline Real horner(const Real* c, Real u) {
   constexpr auto factor = [](int j) {
@@ -42,6 +42,7 @@ inline Real horner(const Real* c, Real u) {
     return static_cast<Real>(product);
   };
   Real value = factor(kOrder - 1) * c[kOrder - 1];
+  if constexpr (kDerivative == kOrder - 1) return std::isnan(u) ? u : value;
   for (int j = kOrder - 2; j >= kDerivative; --j) value = value * u + factor(j) * c[j];
   return value;
 }
@@ -62,7 +63,7 @@ void evaluate_pieces(const Real* row, int64_t m, const int32_t* pieces, const Re
 // 0, or NaN where the site is.
 template <class Real>
 void evaluate_zero(int64_t m, const Real* offsets, Real* out, int64_t step) {
-  for (int64_t i = 0; i < m; ++i) out[i * step] = offsets[i] == offsets[i] ? Real{0} : offsets[i];
+  for (int64_t i = 0; i < m; ++i) out[i * step] = std::isnan(offsets[i]) ? offsets[i] : Real{0};
 }
 
 template <class Real>
@@ -95,8 +96,8 @@ template <class Real>
 void locate_polynomials(const SplineView<Real>& view, SiteBlock<Real>& block) {
   const auto most = static_cast<int32_t>(view.pieces - 1);
   for (int64_t i = 0; i < block.m; ++i) {
-    const int32_t piece = block.cells[i] - 1;
-    block.pieces[i] = piece < 0 ? 0 : piece > most ? most : piece;
+    const int32_t cell = block.cells[i];  // a user's search may have said anything
+    block.pieces[i] = cell < 1 ? 0 : cell > most ? most : cell - 1;
   }
   if (view.origins.is_uniform()) {
     const Real start = view.origins.data()[0], width = view.origins.width();
@@ -131,7 +132,7 @@ void locate_steps(const SplineView<Real>& view, SiteBlock<Real>& block) {
   for (int64_t i = 0; i < block.m; ++i) {
     const Real t = block.sites[i];
     block.pieces[i] = static_cast<int32_t>(step_point(view, block.cells[i], t));
-    block.offsets[i] = t == t ? Real{0} : t;
+    block.offsets[i] = std::isnan(t) ? t : Real{0};
   }
 }
 

@@ -26,6 +26,7 @@ template <class Real>
 int32_t search(const DFTask* task, int64_t method, int64_t m, const Real* sites, int64_t site_hint,
                const Real* site_parameters, int32_t* cells, typename Types<Real>::Search user, void* user_parameters,
                const QlxThreadTable* services) {
+  if (task == nullptr) return DF_NULL_TASK;
   SearchPlan<Real> plan;
   const int32_t status =
       plan_search(partition_ground<Real>(*task), method, site_hint, site_parameters, user, user_parameters, plan);

@@ -7,6 +7,7 @@
 // and reads no point outside the partition.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -222,7 +223,7 @@ void hybrid_group(const Points<Real>& p, const Real* sites, int32_t* cells, Real
     Real position = scale * (sites[j] - first);
     position = position > 0 ? position : Real{0};  // before the partition, and NaN
     position = position < top ? position : top;
-    const int32_t* pair = table + 2 * static_cast<int32_t>(position);
+    const int32_t* pair = table + ptrdiff_t{2} * static_cast<int32_t>(position);
     low[j] = pair[0];
     const int32_t span = pair[1] - pair[0];
     length = span > length ? span : length;

@@ -142,6 +142,17 @@ TYPED_TEST(EvaluationTest, DerivativesOfEveryOrderInEveryLayout) {
   }
 }
 
+TYPED_TEST(EvaluationTest, EveryDerivativeIsNanWhereTheSiteIs) {
+  const Spline<TypeParam> s(6, 1, 4, 0, false);
+  const TypeParam sites[] = {1, std::numeric_limits<TypeParam>::quiet_NaN()};
+  const int64_t orders[] = {0, 1, 2, 3, 4};
+  TypeParam r[10];
+  ASSERT_EQ(
+      Api<TypeParam>::interpolate(s.task, 0, 0, 2, sites, 0, nullptr, 5, orders, r, 16, nullptr, nullptr, nullptr),
+      DF_OK);
+  for (int k = 0; k < 10; ++k) EXPECT_EQ(std::isnan(r[k]), k % 2 == 1) << k;
+}
+
 TYPED_TEST(EvaluationTest, StepsAndLookupNeedNoCoefficients) {
   using Real = TypeParam;
   using A = Api<Real>;
@@ -242,6 +253,11 @@ TYPED_TEST(EvaluationTest, IntegralsOverListsOfLimits) {
   EXPECT_TRUE(std::isnan(r[0]) && std::isnan(r[1]) && r[2] == 0);
 }
 
+template <class Real>
+long double polynomial_at(const Real* c, long double u) {
+  return c[0] + u * (c[1] + u * (c[2] + u * c[3]));
+}
+
 // A user's functions see what is outside, and the library the rest; their failures end the call.
 template <class Real>
 struct Outside {
@@ -316,6 +332,22 @@ TYPED_TEST(EvaluationTest, CallbacksExtrapolateAndSearch) {
   left.status = -4321;
   EXPECT_EQ(run(r), -4321);
   EXPECT_EQ(A::integrate(s.task, 0, 0, 3, from, 0, to, 0, nullptr, integrals, 16, &callbacks, nullptr), -4321);
+
+  // Cells that are nowhere near: the end polynomials.
+  typename A::Callbacks astray{};
+  astray.search = [](const int64_t* count, const Real*, int64_t* found, int32_t*, void*, int64_t) -> int32_t {
+    for (int64_t i = 0; i < *count; ++i) {
+      found[i] = i % 2 == 0 ? std::numeric_limits<int32_t>::min() : std::numeric_limits<int32_t>::max();
+    }
+    return 1000;
+  };
+  std::vector<Real> at_ends(12);
+  ASSERT_EQ(
+      A::interpolate(s.task, 0, 0, 6, sites, 0, nullptr, 1, orders + 1, at_ends.data(), 16, nullptr, &astray, nullptr),
+      DF_OK);
+  EXPECT_NEAR(at_ends[0], s.value(0, sites[0], 0), 1e-4);
+  EXPECT_NEAR(at_ends[2], polynomial_at(s.row(0, 0), sites[2] - s.x[0]), 2e-3);
+  EXPECT_NEAR(at_ends[3], polynomial_at(s.row(0, 4), sites[3] - s.x[4]), 2e-3);
 
   int64_t method = 0;
   typename A::Callbacks searching{};

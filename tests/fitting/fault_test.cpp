@@ -169,7 +169,7 @@ TYPED_TEST(FaultTest, DamagedPartitionsEnd) {
     if (damage == 5) std::reverse(b.x.begin(), b.x.end());
     ASSERT_EQ(qlx_df_kernel_iEditVal(b.task, DF_PARTITION_HINT, 1), DF_OK);
     const int64_t order = 0;
-    for (const auto entry : {A::natural, A::hermite, A::bessel, A::hyman, A::akima, A::standard}) {
+    for (const auto entry : {A::natural, A::hermite, A::bessel, A::hyman, A::akima, A::standard, A::linear}) {
       for (const int64_t boundary : {1, 2, 48}) {
         ASSERT_EQ(b.describe(4, 2, boundary, 0, nullptr), DF_OK);
         EXPECT_EQ(entry(b.task, 0, 0, nullptr), DF_OK);
@@ -183,6 +183,8 @@ TYPED_TEST(FaultTest, DamagedPartitionsEnd) {
                   DF_OK);
       }
     }
+    ASSERT_EQ(b.describe(3, 0, 128, 0, nullptr), DF_OK);
+    EXPECT_EQ(A::quadratic(b.task, 0, 0, nullptr), DF_OK);
     b.x.push_back(b.x.back());  // as knots, of which there is one more, the same damage again
     ASSERT_EQ(A::edit_ptr(b.task, DF_PARTITION, b.x.data()), DF_OK);
     ASSERT_EQ(b.describe(3, 1, 12, 8, b.x.data()), DF_OK);

@@ -264,6 +264,7 @@ TYPED_TEST(SearchTest, SiteParametersAndUserResultsDecide) {
     const Real parameters[] = {9, method, 9, 9, peak};
     return A::search(t, 0, 6, sites, 0, parameters, cells, nullptr, nullptr, nullptr);
   };
+  EXPECT_EQ(A::search(nullptr, 0, 6, sites, 0, nullptr, cells, nullptr, nullptr, nullptr), DF_NULL_TASK);
   EXPECT_EQ(with(0, -99), DF_OK);
   EXPECT_EQ(with(1, 3), DF_OK);
   EXPECT_EQ(with(1, 0), DF_OK);

@@ -208,6 +208,19 @@ TYPED_TEST(TaskTest, SearchTableBoundsTheCellOfEverySite) {
   }
 }
 
+// Points in buckets 0, 3, 3, 9 and, the last one, 16 of 16.
+TYPED_TEST(TaskTest, SearchTableWorkedByHand) {
+  const TypeParam x[] = {0, 0.5, 3.25, 3.5, 9, 16};
+  const int32_t lo[] = {0, 0, 0, 0, 3, 3, 3, 3, 3, 3, 4, 4, 4, 4, 4, 4, 4};
+  const int32_t hi[] = {2, 2, 2, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 5, 5, 5, 5};
+  TaskHandle t;
+  ASSERT_EQ(Api<TypeParam>::new_task(&t, 6, x, 0, 0, nullptr, 0, 1), DF_OK);
+  for (int k = 0; k <= 16; ++k) {
+    EXPECT_EQ(t.task->search_table[2 * k], lo[k]) << k;
+    EXPECT_EQ(t.task->search_table[2 * k + 1], hi[k]) << k;
+  }
+}
+
 TYPED_TEST(TaskTest, OnlyHintOneRebuildsTheSearchTable) {
   using A = Api<TypeParam>;
   std::vector<TypeParam> ends{0, 3}, longer(600);
