@@ -7,7 +7,8 @@
 //   struct InvF32 {
 //     using Pack = simd::PackF32;
 //     static constexpr int kBlock = 32;                    // elements mended and stored together, a multiple of kLanes
-//     static constexpr int kPass = 64;                     // optional: elements that a pass of the main loop takes
+//     static constexpr int kPass = 64;                     // optional: elements that a pass takes; left out: the
+//                                                          // least of whole blocks that has four registers
 //     Pack formula(Pack a) const;                          // all lanes, whatever they hold; [[gnu::always_inline]] if
 //                                                          // the compiler would call a long one for each register
 //     Pack::Mask needs_care(Pack a) const;                 // lanes that the formula can't serve; left out: none
@@ -176,27 +177,38 @@ class Run {
   }();
   static constexpr bool kHasCare = kMarksOnTheWay || requires(Formula f) { &Formula::needs_care; };
   static constexpr bool kReports = kHasCare && !requires { Formula::kNeverReports; };
-  static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0);
+  // Elements that a pass of the unit-stride loop takes. The chains of four registers side by side hide most of each
+  // other's latency, and the sixteen registers of the processor hold them.
+  static constexpr int kPass = [] {
+    constexpr int kFour = 4 * kLanes;
+    if constexpr (requires { Formula::kPass; }) {
+      return Formula::kPass;
+    } else {
+      return Formula::kBlock < kFour ? kFour : Formula::kBlock;
+    }
+  }();
+  static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0 && kPass % Formula::kBlock == 0);
 
  public:
   Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
       : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
 
-  // Unit stride: blocks, then single registers, then one masked register. Kernels that never report, whose blocks
+  // Unit stride: passes, blocks, single registers, and one masked register. Kernels that never report, whose blocks
   // nobody can tell, first bring the stores to register boundaries.
   [[gnu::always_inline]] void unit(int32_t n) const {
     int32_t i = 0;
     if constexpr (!kReports) {
       if (n >= kAlignFrom) i = align_stores();
     }
-    i = blocks(i, n);
+    i = passes<kPass>(i, n);
+    if constexpr (kPass > Formula::kBlock) i = passes<Formula::kBlock>(i, n);
     if constexpr (Formula::kBlock > kLanes) i = passes<kLanes>(i, n);
     if (i < n) masked_pass(i, n - i);
   }
 
   // Strided: blocks, then element by element.
   [[gnu::always_inline]] void strided(int32_t n) const {
-    for (int32_t i = blocks(0, n); i < n;) {
+    for (int32_t i = passes<Formula::kBlock>(0, n); i < n;) {
       const int32_t count = n - i < kLanes ? n - i : kLanes;
       element_pass(i, count);
       i += count;
@@ -221,15 +233,6 @@ class Run {
     const int32_t count = kLanes - misplaced;
     masked_pass(0, count);
     return count;
-  }
-
-  // Whole blocks; several at a time where the formula asks for it.
-  [[gnu::always_inline]] int32_t blocks(int32_t i, int32_t n) const {
-    if constexpr (requires { Formula::kPass; }) {
-      static_assert(Formula::kPass % Formula::kBlock == 0);
-      i = passes<Formula::kPass>(i, n);
-    }
-    return passes<Formula::kBlock>(i, n);
   }
 
   template <int kElements>

@@ -74,7 +74,6 @@ struct NextAfter {
   using Real = typename P::Real;
   using F = simd::Ieee<Real>;
   static constexpr int kBlock = P::kLanes;
-  static constexpr int kPass = 2 * P::kLanes;
 
   shell::Marked<Pack> formula(Pack a, Pack b) const {
     // Away from zero: b beyond a on the same side. |b| > |a| and equal signs is b with a's sign taken off, above |a|.

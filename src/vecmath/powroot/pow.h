@@ -223,7 +223,7 @@ template <bool kRealBase>
 struct PowF32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 8;
-  static constexpr int kPass = 16;
+  static constexpr int kPass = 16;  // its words leave no registers for more chains
   [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const PackF64 t_low = simd::widen_low(y) * ln_f64(simd::widen_low(x));
     const PackF64 t_high = simd::widen_high(y) * ln_f64(simd::widen_high(x));
