@@ -1,6 +1,6 @@
-// Plain loops that the compiler vectorises: -O3 -mavx, and the options without which rounding functions stay calls. They
-// give the values that ours give, NaNs and infinities too; nothing is reported.
-// SPDX-License-Identifier: Apache-2.0
+// Plain loops that the compiler vectorises: -O3 -mavx, and the options without which rounding functions stay calls.
+// They give the values that ours give, NaNs and infinities too; nothing is reported. SPDX-License-Identifier:
+// Apache-2.0
 #include <cmath>
 #include <limits>
 
