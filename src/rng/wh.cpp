@@ -4,6 +4,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <array>
 
+#include "rng/congruential.h"
 #include "rng/output.h"
 
 namespace {
@@ -158,35 +159,35 @@ uint32_t multiply(uint32_t x, uint32_t a, uint32_t modulus) {
   return static_cast<uint32_t>(static_cast<uint64_t>(x) * a % modulus);
 }
 
-void skip(State& s, const Set& set, uint64_t count) {
-  for (int l = 0; l < kParts; ++l) s.x[l] = multiply(s.x[l], __qstiPowMod(s.a[l], count, set.moduli[l]), set.moduli[l]);
-}
+class Moves {
+ public:
+  explicit Moves(QstStream* stream) : state_(state_of<State>(stream)), set_(kTable[set_of(stream)]) {}
+
+  // Words beyond the fourth are ignored; n below 0 counts as 0.
+  void seed(int32_t n, const uint32_t* params) {
+    for (int l = 0; l < kParts; ++l) {
+      const uint32_t seed = l < n ? params[l] % set_.moduli[l] : 1;
+      state_.x[l] = seed == 0 ? 1 : seed;
+      state_.a[l] = set_.multipliers[l];
+    }
+  }
+  void skip(uint64_t count) {
+    for (int l = 0; l < kParts; ++l)
+      state_.x[l] = multiply(state_.x[l], __qstiPowMod(state_.a[l], count, set_.moduli[l]), set_.moduli[l]);
+  }
+  void raise(uint64_t exponent) {
+    for (int l = 0; l < kParts; ++l) state_.a[l] = __qstiPowMod(state_.a[l], exponent, set_.moduli[l]);
+  }
+
+ private:
+  State& state_;
+  const Set& set_;
+};
 
 }  // namespace
 
 int32_t __qstBRngWHInitStream(int32_t method, QstStream* stream, int32_t n, const uint32_t* params) {
-  State& s = state_of<State>(stream);
-  const Set& set = kTable[set_of(stream)];
-  switch (method) {
-    case QST_INIT_NEW:
-      for (int l = 0; l < kParts; ++l) {
-        const uint32_t seed = l < n ? params[l] % set.moduli[l] : 1;
-        s.x[l] = seed == 0 ? 1 : seed;
-        s.a[l] = set.multipliers[l];
-      }
-      return QST_STATUS_OK;
-    case QST_INIT_LEAPFROG:
-      skip(s, set, params[0]);
-      for (int l = 0; l < kParts; ++l) s.a[l] = __qstiPowMod(s.a[l], static_cast<uint64_t>(int64_t{n}), set.moduli[l]);
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD:
-      skip(s, set, count_at(params));
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD_EX:
-      return QST_ERROR_SKIPAHEAD_EX_UNSUPPORTED;
-    default:
-      return QST_ERROR_UNKNOWN_METHOD;
-  }
+  return init_congruential<Moves>(method, stream, n, params);
 }
 
 int32_t __qstsBRngWH(QstStream* stream, int32_t n, float* r, float a, float b) {
