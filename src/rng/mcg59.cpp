@@ -177,7 +177,7 @@ int32_t __qstdBRngMCG59(QstStream* stream, int32_t n, double* r, double a, doubl
 int32_t __qstiBRngMCG59(QstStream* stream, int32_t n, uint32_t* r) {
   uint64_t block[Mcg59::kBlock];
   Mcg59 generator(stream, n);
-  for (int32_t m; n > 0; n -= m, r += 2 * m) {
+  for (int32_t m; n > 0; n -= m, r += ptrdiff_t{2} * m) {
     m = n < Mcg59::kBlock ? n : Mcg59::kBlock;
     generator.fill(block, m);
     for (int32_t i = 0; i < m; ++i) block[i] &= kMask59;

@@ -73,7 +73,7 @@ class Wh : public BlockOf<double, 256, kParts> {
       const __m256d c0 = _mm256_set1_pd(reciprocal_[0]), c1 = _mm256_set1_pd(reciprocal_[1]);
       const __m256d c2 = _mm256_set1_pd(reciprocal_[2]), c3 = _mm256_set1_pd(reciprocal_[3]);
       const auto four = [&](int32_t i) {
-        const auto part = [&](int l) { return _mm256_load_pd(x + l * kBlock + i); };
+        const auto part = [&](ptrdiff_t l) { return _mm256_load_pd(x + l * kBlock + i); };
         const __m256d s = (part(0) * c0 + part(2) * c2) + (part(1) * c1 + part(3) * c3);
         const __m256d whole = _mm256_round_pd(s, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
         return (s - whole) * width + a;
@@ -117,9 +117,9 @@ class Wh : public BlockOf<double, 256, kParts> {
       transpose(block);
       for (int l = 0; l < kParts; ++l) lanes[l][half] = block[l];
     }
-    const auto emit = [&](double* to, int32_t stride) {
+    const auto emit = [&](double* to, ptrdiff_t stride) {
       for (int l = 0; l < kParts; ++l)
-        for (int half = 0; half < 2; ++half) _mm256_store_pd(to + l * stride + 4 * half, lanes[l][half]);
+        for (ptrdiff_t half = 0; half < 2; ++half) _mm256_store_pd(to + l * stride + 4 * half, lanes[l][half]);
     };
     if (m < kLanes) {
       emit(out, kBlock);
@@ -207,7 +207,7 @@ int32_t __qstiBRngWH(QstStream* stream, int32_t n, uint32_t* r) {
     generator.fill(block, m);
     for (int32_t i = 0; i < m; i += 4) {
       __m256d four[4];
-      for (int l = 0; l < kParts; ++l) four[l] = _mm256_load_pd(block + l * Wh::kBlock + i);
+      for (ptrdiff_t l = 0; l < kParts; ++l) four[l] = _mm256_load_pd(block + l * Wh::kBlock + i);
       transpose(four);
       for (int32_t k = 0; k < 4 && i + k < m; ++k, r += kParts) narrow(r, four[k]);
     }
