@@ -319,20 +319,6 @@ TEST(Seeds, mcg31m1) {
   EXPECT_EQ(words(make(QST_BRNG_MCG31M1, {2147483646}), 1), Words{2147483646});
 }
 
-// The multiplier of the destination survives a copy of the state, for the count of words leaves it out; WH counts more
-// words than it has, and all of its state goes over.
-TEST(Seeds, state_copies_take_the_counted_words) {
-  for (const int32_t brng : {QST_BRNG_MCG31M1, QST_BRNG_MCG59, QST_BRNG_WH}) {
-    const Stream source = make(brng, {7}), destination = make(brng, {9}), leaped = copy(source);
-    ASSERT_EQ(__qstLeapfrogStream(destination.get(), 0, 3), 0);
-    ASSERT_EQ(__qstCopyStreamState(destination.get(), source.get()), 0);
-    if (brng != QST_BRNG_WH) {
-      ASSERT_EQ(__qstLeapfrogStream(leaped.get(), 0, 3), 0);
-    }
-    EXPECT_EQ(state_bytes(destination), state_bytes(leaped)) << brng;
-  }
-}
-
 TEST(Seeds, mcg31m1_reals_write_one_element_at_length_zero) {
   const Stream s = make(QST_BRNG_MCG31M1, {77});
   double d = -1;
