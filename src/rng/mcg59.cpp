@@ -95,7 +95,7 @@ class Mcg59 : public BlockOf<uint64_t, 128> {
 
 // Vectors of four words that the wide form keeps in flight: a step waits for its own result, three fill the wait.
 constexpr int32_t kVectors = 3, kLanes = 4 * kVectors;
-constexpr int32_t kLeastWide = 4 * kLanes;  // its setting up is worth that many elements
+constexpr int32_t kLeastWide = 8 * kLanes;  // from here on the setting up is paid back
 
 // Writes the first elements of n, a whole number of kLanes, and returns how many. The same integers as by fill and the
 // same operations of the mapping. x a mod 2^64 of the halves: low a_low + 2^32 (low a_high + high a_low). The halves
