@@ -140,8 +140,8 @@ int main(int argc, char** argv) {
   for (const Row& row : all)
     for (const int n : {kShort, kLong})
       add_benchmark(label(row, n), [&row, n] { row.fill(r.data(), n); })
-          ->Iterations(n == kLong ? 1 : 100)
-          ->Repetitions(n == kLong ? 300 : 600);
+          ->Iterations(n == kLong ? 1 : 400)
+          ->Repetitions(300);
   for (const auto& [name, brng] : kSkipping) {
     QstStream* stream = nullptr;
     __qstNewStreamEx(&stream, brng, 0, nullptr);

@@ -67,7 +67,7 @@ class Mcg31m1 : public BlockOf<uint32_t> {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + g, _mm_or_si128(even[g], _mm_slli_epi64(odd[g], 32)));
     };
     int32_t i = 0;
-    for (; i + kLanes <= m; i += kLanes) {
+    for (; i <= m - kLanes; i += kLanes) {
       emit(out + i);
       for (int g = 0; g < kLanes / 4; ++g) {
         even[g] = multiply_pairs(even[g], factor);

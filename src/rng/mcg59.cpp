@@ -97,12 +97,11 @@ class Mcg59 : public BlockOf<uint64_t, 128> {
 constexpr int32_t kVectors = 3, kLanes = 4 * kVectors;
 constexpr int32_t kLeastWide = 8 * kLanes;  // from here on the setting up is paid back
 
-// Writes the first elements of n, a whole number of kLanes, and returns how many. The same integers as by fill and the
-// same operations of the mapping. x a mod 2^64 of the halves: low a_low + 2^32 (low a_high + high a_low). The halves
-// are kept apart, each in the lower half of its own word, and what stands above them is not read: that saves taking the
-// words apart for the mapping, and putting them together for the next step.
+// The same integers as by fill and the same operations of the mapping. x a mod 2^64 of the halves: low a_low + 2^32
+// (low a_high + high a_low). The halves are kept apart, each in the lower half of its own word, and what stands above
+// them is not read: that saves taking the words apart for the mapping, and putting them together for the next step.
 template <class Real>
-__attribute__((target("avx2"))) int32_t draw_wide(State& state, Mcg59::Mapping mapping, int32_t n, Real* r) {
+__attribute__((target("avx2"))) void draw_wide(State& state, Mcg59::Mapping mapping, int32_t n, Real* r) {
   alignas(32) uint64_t words[kLanes];
   uint64_t x = state.x, jump = 1;
   for (uint64_t& word : words) {
@@ -118,7 +117,7 @@ __attribute__((target("avx2"))) int32_t draw_wide(State& state, Mcg59::Mapping m
   const __m256i jump_low = _mm256_set1_epi64x(static_cast<int64_t>(jump & 0xFFFFFFFF));
   const __m256i jump_high = _mm256_set1_epi64x(static_cast<int64_t>(jump >> 32));
   int32_t i = 0;
-  for (; i + kLanes <= n; i += kLanes)
+  for (; n - i >= kLanes; i += kLanes)
     for (int v = 0; v < kVectors; ++v) {
       store(r + i + 4 * v, mapping.four(_mm256_castsi256_ps(low[v]), _mm256_castsi256_ps(high[v])));
       const __m256i product = _mm256_mul_epu32(low[v], jump_low);
@@ -126,18 +125,24 @@ __attribute__((target("avx2"))) int32_t draw_wide(State& state, Mcg59::Mapping m
       high[v] = _mm256_add_epi64(cross, _mm256_srli_epi64(product, 32));
       low[v] = product;
     }
-  const uint64_t next_low = static_cast<uint32_t>(_mm256_cvtsi256_si32(low[0]));
-  const uint64_t next_high = static_cast<uint32_t>(_mm256_cvtsi256_si32(high[0]));
-  state.x = (next_low | next_high << 32) & kMask59;
-  return i;
+  // The lanes are the elements after the last whole group: the tail and the state.
+  alignas(32) uint64_t low_words[kLanes], high_words[kLanes];
+  Real tail[kLanes];
+  for (int v = 0; v < kVectors; ++v) {
+    store(tail + 4 * v, mapping.four(_mm256_castsi256_ps(low[v]), _mm256_castsi256_ps(high[v])));
+    _mm256_store_si256(reinterpret_cast<__m256i*>(low_words) + v, low[v]);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(high_words) + v, high[v]);
+  }
+  const int32_t rest = n - i;
+  std::memcpy(r + i, tail, static_cast<size_t>(rest) * sizeof(Real));
+  state.x = (static_cast<uint32_t>(low_words[rest]) | high_words[rest] << 32) & kMask59;
 }
 
 template <class Real>
 int32_t draw(QstStream* stream, int32_t n, Real* r, Real a, Real b) {
-  int32_t done = 0;
-  if (n >= kLeastWide && __builtin_cpu_supports("avx2"))
-    done = draw_wide(state_of<State>(stream), {static_cast<double>(a), static_cast<double>(b)}, n, r);
-  return generate<Mcg59>(stream, n - done, r + done, a, b);
+  if (n < kLeastWide || !__builtin_cpu_supports("avx2")) return generate<Mcg59>(stream, n, r, a, b);
+  draw_wide(state_of<State>(stream), {static_cast<double>(a), static_cast<double>(b)}, n, r);
+  return QST_STATUS_OK;
 }
 
 // ---- Seeding and moves ----
