@@ -4,9 +4,8 @@
 //
 //   bench_rng [--markdown] [Google Benchmark's options, such as --benchmark_filter=MRG32K3A]
 //
-// Each benchmark runs several times and the fastest run counts. A peer fills an array of doubles by its own call for
+// Each benchmark runs many times and the fastest run counts. A peer fills an array of doubles by its own call for
 // one uniform number; Boost's engine of the same kind has the very parameters of ours where its templates can.
-#include <benchmark/benchmark.h>
 #include <gsl/gsl_rng.h>
 
 #include <boost/random/additive_combine.hpp>
@@ -14,7 +13,6 @@
 #include <boost/random/uniform_01.hpp>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -22,9 +20,12 @@
 #include <string>
 #include <vector>
 
+#include "fastest.h"
 #include "qlx/qst.h"
 
 namespace {
+
+using namespace qlx::bench;
 
 constexpr int kShort = 1000, kLong = 1000000;
 
@@ -116,42 +117,9 @@ std::vector<Row> rows() {
   };
 }
 
-template <class Run>
-void add_benchmark(const std::string& name, double min_time, Run run) {
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [run](benchmark::State& state) {
-                                 run();  // first touch
-                                 for (auto _ : state) {
-                                   run();
-                                   benchmark::ClobberMemory();
-                                 }
-                               })
-      ->Unit(benchmark::kNanosecond)
-      ->MinTime(min_time)
-      ->Repetitions(9);
-}
-
 std::string label(const Row& row, int n) {
   return row.kind + "/" + row.name + "/" + std::to_string(n);
 }
-
-// Keeps the fastest run of each benchmark, in ns per call of the processor's time.
-class Fastest : public benchmark::BenchmarkReporter {
- public:
-  bool ReportContext(const Context&) override { return true; }
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      const auto [at, added] = times.emplace(run.run_name.function_name, run.GetAdjustedCPUTime());
-      if (!added) at->second = std::min(at->second, run.GetAdjustedCPUTime());
-    }
-  }
-  double of(const std::string& name) const {
-    const auto at = times.find(name);
-    return at == times.end() ? NAN : at->second;
-  }
-  std::map<std::string, double> times;
-};
 
 // Counts with half of their bits and with all of them.
 constexpr std::pair<const char*, uint64_t> kSkips[] = {{"skip 0x5555555555555555", 0x5555555555555555u},
@@ -162,33 +130,28 @@ constexpr std::pair<const char*, int32_t> kSkipping[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool markdown = false;
-  std::vector<char*> rest;
-  for (int k = 0; k < argc; ++k) {
-    if (std::strcmp(argv[k], "--markdown") == 0) {
-      markdown = true;
-    } else {
-      rest.push_back(argv[k]);
-    }
-  }
-  int count = static_cast<int>(rest.size());
-  benchmark::Initialize(&count, rest.data());
-  if (benchmark::ReportUnrecognizedArguments(count, rest.data())) return 2;
+  std::vector<char*> arguments(argv, argv + argc);
+  const bool markdown = take_flag(arguments, "--markdown");
+  if (!initialize(arguments)) return 2;
 
   const std::vector<Row> all = rows();
   static std::vector<double> r(kLong);
+  // Many short repetitions: some of them fall between the work of others on the machine.
   for (const Row& row : all)
     for (const int n : {kShort, kLong})
-      add_benchmark(label(row, n), n == kLong ? 0.03 : 0.01, [&row, n] { row.fill(r.data(), n); });
+      add_benchmark(label(row, n), [&row, n] { row.fill(r.data(), n); })
+          ->Iterations(n == kLong ? 1 : 400)
+          ->Repetitions(300);
   for (const auto& [name, brng] : kSkipping) {
     QstStream* stream = nullptr;
     __qstNewStreamEx(&stream, brng, 0, nullptr);
     for (const auto& [text, skip] : kSkips)
-      add_benchmark(std::string(name) + "/" + text, 0.005,
-                    [stream, skip = skip] { __qstSkipAheadStream(stream, static_cast<int64_t>(skip)); });
+      add_benchmark(std::string(name) + "/" + text,
+                    [stream, skip = skip] { __qstSkipAheadStream(stream, static_cast<int64_t>(skip)); })
+          ->Iterations(200)
+          ->Repetitions(100);
   }
-  Fastest fastest;
-  benchmark::RunSpecifiedBenchmarks(&fastest);
+  const Fastest fastest(Clock::kProcessor);
 
   std::printf(markdown ? "| generator | by | n = 1000, ns | n = 1000000, ns | time / ours | time / ours "
                          "|\n|---|---|---|---|---|---|\n"

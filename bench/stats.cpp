@@ -6,21 +6,22 @@
 // Benchmarks are named <case>/<n>x<p>/<ours or peer>. Each runs several times and the fastest run counts: others on the
 // machine can only slow a run down. The closing table gives the ratio to each peer of the same case, and the goal.
 // --growth prints instead how the time grows with n, p and the number of threads.
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "fastest.h"
 #include "qlx/qst_ss.h"
 #include "stats_peers.h"
 
 namespace {
+
+using namespace qlx::bench;
 
 constexpr uint64_t kFourMoments =
     QST_SS_MEAN | 0xE | QST_SS_CENTRAL_MOMENT_2 | QST_SS_CENTRAL_MOMENT_3 | QST_SS_CENTRAL_MOMENT_4;
@@ -79,7 +80,6 @@ struct Case {
 constexpr int32_t kRows = QST_SS_ROWS, kColumns = QST_SS_COLUMNS;
 
 std::vector<Case> cases() {
-  using namespace qlx::bench;
   std::vector<Case> all;
   const auto add = [&](std::string name, int32_t n, int32_t p, int32_t storage, std::string contender,
                        std::function<void(Work&)> run, double goal = 0, std::string against = "") {
@@ -186,43 +186,32 @@ std::string full_name(const Case& c) {
   return c.name + "/" + std::to_string(c.n) + "x" + std::to_string(c.p) + "/" + c.contender;
 }
 
-// Keeps the fastest run of each benchmark, in ns per element.
-class Fastest : public benchmark::ConsoleReporter {
- public:
-  std::map<std::string, double> ns;
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.error_occurred || run.run_type != Run::RT_Iteration) continue;
-      // A single thread counts by its processor time, which others on the machine stretch less than the clock's.
-      const bool threads = run.run_name.function_name.find("threads") != std::string::npos;
-      const double time = threads ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime();
-      const double per_element = time / run.counters.at("elements");
-      const auto [at, fresh] = ns.try_emplace(run.run_name.function_name, per_element);
-      if (!fresh) at->second = std::min(at->second, per_element);
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-};
+double elements(const Case& c) {
+  return static_cast<double>(c.n) * c.p;
+}
 
 void print_table(const std::vector<Case>& all, const Fastest& fastest) {
   std::printf("\n%-22s %-12s %-14s %9s   %s\n", "case", "n x p", "contender", "ns/elem", "goal; ratio to peers");
   for (const Case& c : all) {
-    const auto mine = fastest.ns.find(full_name(c));
-    if (mine == fastest.ns.end()) continue;
+    const double mine = fastest.of(full_name(c)) / elements(c);
+    if (std::isnan(mine)) continue;
     const std::string shape = std::to_string(c.n) + " x " + std::to_string(c.p);
-    std::printf("%-22s %-12s %-14s %9.3f   ", c.name.c_str(), shape.c_str(), c.contender.c_str(), mine->second);
+    std::printf("%-22s %-12s %-14s %9.3f   ", c.name.c_str(), shape.c_str(), c.contender.c_str(), mine);
     if (c.goal > 0) {
-      double value = mine->second;
-      if (!c.goal_against.empty())
-        value /= fastest.ns.at(c.name + "/" + std::to_string(c.n) + "x" + std::to_string(c.p) + "/" + c.goal_against);
+      double value = mine;
+      if (!c.goal_against.empty()) {
+        Case against = c;
+        against.contender = c.goal_against;
+        value /= fastest.of(full_name(against)) / elements(c);
+      }
       std::printf("%.2f%s of %.2f %s;", value, c.goal_against.empty() ? " ns" : "", c.goal,
                   value <= c.goal ? "met" : "MISSED");
     }
     for (const Case& peer : all) {
       if (peer.name != c.name || peer.n != c.n || peer.p != c.p || peer.contender == c.contender || c.goal == 0)
         continue;
-      const auto other = fastest.ns.find(full_name(peer));
-      if (other != fastest.ns.end()) std::printf(" %.2f %s", mine->second / other->second, peer.contender.c_str());
+      const double other = fastest.of(full_name(peer)) / elements(peer);
+      if (!std::isnan(other)) std::printf(" %.2f %s", mine / other, peer.contender.c_str());
     }
     std::printf("\n");
   }
@@ -231,34 +220,14 @@ void print_table(const std::vector<Case>& all, const Fastest& fastest) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool growth = false;
-  std::vector<char*> arguments;
-  for (int i = 0; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--growth") == 0) {
-      growth = true;
-    } else {
-      arguments.push_back(argv[i]);
-    }
-  }
-  char repetitions[] = "--benchmark_repetitions=15", least[] = "--benchmark_min_time=0.01";
-  arguments.insert(arguments.begin() + 1, {repetitions, least});
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
+  std::vector<char*> arguments(argv, argv + argc);
+  const bool growth = take_flag(arguments, "--growth");
+  if (!initialize(arguments)) return 2;
   const std::vector<Case> all = growth ? growth_cases() : cases();
-  for (const Case& c : all) {
-    benchmark::RegisterBenchmark(full_name(c).c_str(),
-                                 [&c](benchmark::State& state) {
-                                   Work& w = work(c.n, c.p, c.storage);
-                                   for (auto _ : state) {
-                                     c.run(w);
-                                     benchmark::ClobberMemory();
-                                   }
-                                   state.counters["elements"] = static_cast<double>(c.n) * c.p;
-                                 })
-        ->Unit(benchmark::kNanosecond)
-        ->UseRealTime();
-  }
-  Fastest fastest;
-  benchmark::RunSpecifiedBenchmarks(&fastest);
-  print_table(all, fastest);
+  for (const Case& c : all)
+    add_benchmark(full_name(c), [&c] { c.run(work(c.n, c.p, c.storage)); })
+        ->UseRealTime()
+        ->Repetitions(15)
+        ->MinTime(0.01);
+  print_table(all, Fastest(Clock::kProcessor));
 }

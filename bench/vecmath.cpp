@@ -1,5 +1,5 @@
-// Speed of every kernel beside its peers: ns and cycles per element at n = 1000 and 1000000, and the ratio to each
-// peer. SPDX-License-Identifier: Apache-2.0
+// Speed of every kernel beside its peers: ns and cycles per element at n = 1000 and 1000000; the ratio to each peer.
+// SPDX-License-Identifier: Apache-2.0
 //
 //   bench_vecmath [--costs] [--markdown] [Google Benchmark's options, such as --benchmark_filter=sFmod]
 //
@@ -7,21 +7,19 @@
 // run counts: others on the machine can only slow a run down, and leave some of the short ones alone. Cycles are those
 // of the core clock at the time of the run, measured by a chain of dependent additions, which take one cycle each.
 // --costs prints the catalogue's numbers instead.
-#include <benchmark/benchmark.h>
-
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <random>
 
+#include "fastest.h"
 #include "vecmath/kernels.h"
 #include "vecmath_peers.h"
 
 namespace {
 
-using qlx::bench::Peer;
+using namespace qlx::bench;
 using qlx::testing::all_functions;
 using qlx::testing::Function;
 
@@ -70,22 +68,12 @@ Data<Real>& data_of(const std::string& name) {
 }
 
 template <class Run>
-void add_benchmark(const std::string& name, int n, Run run) {
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [n, run](benchmark::State& state) {
-                                 run(n);  // first touch
-                                 for (auto _ : state) {
-                                   run(n);
-                                   benchmark::ClobberMemory();
-                                 }
-                                 state.SetItemsProcessed(state.iterations() * n);
-                               })
-      ->Unit(benchmark::kNanosecond)
+void add_run(const std::string& name, int n, Run run) {
+  add_benchmark(name, [n, run] { run(n); })
       ->Iterations(n == kLong    ? 1
                    : n == kShort ? 16
                                  : 1000)
-      ->Repetitions(n == kLong ? 20 : 300)
-      ->ReportAggregatesOnly(false);
+      ->Repetitions(n == kLong ? 20 : 300);
 }
 
 template <class Real>
@@ -95,35 +83,18 @@ void add_function(const Function<Real>& f, const std::vector<Peer<Real>>& peers)
     const std::string prefix = f.full_name + "/" + std::to_string(n) + "/";
     for (int slot = 0; slot < 3; ++slot) {
       if (f.row->first_slot(slot) != slot) continue;
-      add_benchmark(prefix + kAccuracy[slot], n, [f, slot, &data](int count) {
+      add_run(prefix + kAccuracy[slot], n, [f, slot, &data](int count) {
         f.unit(slot, {count, data.a.data(), data.b.data(), data.r.data(), data.s.data()});
       });
     }
     for (const Peer<Real>& peer : peers) {
       if (peer.function != f.name || n == 1) continue;
-      add_benchmark(prefix + peer.name, n, [&data, run = peer.run](int count) {
+      add_run(prefix + peer.name, n, [&data, run = peer.run](int count) {
         run(count, data.a.data(), data.b.data(), data.r.data(), data.s.data());
       });
     }
   }
 }
-
-// Keeps the fastest run of each benchmark, in ns per call.
-class Fastest : public benchmark::BenchmarkReporter {
- public:
-  bool ReportContext(const Context&) override { return true; }
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration) continue;
-      const double ns = run.GetAdjustedRealTime();
-      const std::string name = run.run_name.function_name;
-      const auto [at, added] = times.emplace(name, ns);
-      if (!added) at->second = std::min(at->second, ns);
-    }
-    std::fprintf(stderr, "\r%zu measured ", times.size());
-  }
-  std::map<std::string, double> times;
-};
 
 struct Options {
   bool costs = false, markdown = false;
@@ -133,8 +104,7 @@ template <class Real>
 void print_function(const Function<Real>& f, const std::vector<Peer<Real>>& peers, const Fastest& fastest, double clock,
                     const Options& options) {
   const auto time = [&](int n, const std::string& who) {
-    const auto at = fastest.times.find(f.full_name + "/" + std::to_string(n) + "/" + who);
-    return at == fastest.times.end() ? NAN : at->second / n;
+    return fastest.of(f.full_name + "/" + std::to_string(n) + "/" + who) / n;
   };
   if (options.costs) {
     double cost[3];
@@ -168,20 +138,9 @@ void print_function(const Function<Real>& f, const std::vector<Peer<Real>>& peer
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  std::vector<char*> rest = {argv[0]};
-  for (int k = 1; k < argc; ++k) {
-    if (std::strcmp(argv[k], "--costs") == 0) {
-      options.costs = true;
-    } else if (std::strcmp(argv[k], "--markdown") == 0) {
-      options.markdown = true;
-    } else {
-      rest.push_back(argv[k]);
-    }
-  }
-  int count = static_cast<int>(rest.size());
-  benchmark::Initialize(&count, rest.data());
-  if (benchmark::ReportUnrecognizedArguments(count, rest.data())) return 2;
+  std::vector<char*> arguments(argv, argv + argc);
+  const Options options{take_flag(arguments, "--costs"), take_flag(arguments, "--markdown")};
+  if (!initialize(arguments)) return 2;
 
   std::vector<Peer<float>> s;
   std::vector<Peer<double>> d;
@@ -195,9 +154,7 @@ int main(int argc, char** argv) {
   for (const auto& f : floats) add_function(f, s);
   for (const auto& f : doubles) add_function(f, d);
   const double clock = cycles_per_ns();
-  Fastest fastest;
-  benchmark::RunSpecifiedBenchmarks(&fastest);
-  std::fprintf(stderr, "\r                  \r");
+  const Fastest fastest(Clock::kWall);
   if (!options.costs) {
     std::printf(
         options.markdown

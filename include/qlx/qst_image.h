@@ -87,7 +87,8 @@ static inline int32_t qst_parse_image_header(const char* image, QstImageHeader* 
 
 /* Words of the state that have a range: `count` of 32 bits from `offset` bytes on in the state of row `row`. */
 typedef struct QstImageRange {
-  int32_t row, offset, count;
+  int32_t row;
+  ptrdiff_t offset, count;
   uint32_t low, high;
 } QstImageRange;
 
@@ -108,7 +109,8 @@ static inline int32_t qst_check_image_state(int32_t brng, const char* state) {
       {14, 32, 1, 0, 4},                                  /* ARS5: left */
       {15, 24, 1, 0, 4},                                  /* PHILOX4X32X10: left */
   };
-  int32_t row, sub_stream, k;
+  int32_t row, sub_stream;
+  ptrdiff_t k;
   size_t i;
   /* The older numbering has the rows up to WH and none of the others. */
   __qstGetBrngBaseOffset(brng, &row, &sub_stream);
@@ -151,7 +153,7 @@ static inline int32_t qst_check_image(const void* image, size_t length) {
   status = qst_parse_image_header(at, &header, QST_ERROR_BAD_MEMORY_FORMAT);
   if (status < 0) return status;
   __qstGetBrngProperties(header.brng, &properties);
-  if (properties.initStream == NULL || header.brng == QST_BRNG_IABSTRACT || header.brng == QST_BRNG_DABSTRACT ||
+  if (!properties.initStream || header.brng == QST_BRNG_IABSTRACT || header.brng == QST_BRNG_DABSTRACT ||
       header.brng == QST_BRNG_SABSTRACT)
     return QST_ERROR_BAD_BRNG;
   at += qst_image_header_bytes(at);
@@ -176,7 +178,7 @@ static inline int32_t qst_check_image(const void* image, size_t length) {
 /* Checks the image as above and makes a stream of it. With a negative status *stream is null. */
 static inline int32_t qst_load_image(QstStream** stream, const void* image, size_t length) {
   const int32_t status = qst_check_image(image, length);
-  *stream = NULL;
+  *stream = NULL; /* NOLINT(modernize-use-nullptr): C too */
   return status < 0 ? status : __qstLoadStreamM(stream, (const char*)image);
 }
 

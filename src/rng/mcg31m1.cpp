@@ -1,5 +1,6 @@
 // MCG31M1: x(n+1) = 1132489760 x(n) mod 2^31 - 1. The multiplier is a primitive root, so the period is 2^31 - 2.
 // SPDX-License-Identifier: Apache-2.0
+#include "rng/congruential.h"
 #include "rng/modular.h"
 #include "rng/output.h"
 
@@ -66,7 +67,7 @@ class Mcg31m1 : public BlockOf<uint32_t> {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + g, _mm_or_si128(even[g], _mm_slli_epi64(odd[g], 32)));
     };
     int32_t i = 0;
-    for (; i + kLanes <= m; i += kLanes) {
+    for (; i <= m - kLanes; i += kLanes) {
       emit(out + i);
       for (int g = 0; g < kLanes / 4; ++g) {
         even[g] = multiply_pairs(even[g], factor);
@@ -85,9 +86,20 @@ class Mcg31m1 : public BlockOf<uint32_t> {
 
 // ---- Seeding and moves ----
 
-void skip(State& s, uint64_t count) {
-  s.x = multiply_mersenne31(s.x, __qstiPowMod2P31M1(s.a, count));
-}
+class Moves {
+ public:
+  explicit Moves(QstStream* stream) : state_(state_of<State>(stream)) {}
+
+  void seed(int32_t n, const uint32_t* params) {
+    const uint32_t seed = n > 0 ? params[0] % kMersenne31 : 1;
+    state_ = {seed == 0 ? 1 : seed, kMultiplier};
+  }
+  void skip(uint64_t count) { state_.x = multiply_mersenne31(state_.x, __qstiPowMod2P31M1(state_.a, count)); }
+  void raise(uint64_t exponent) { state_.a = __qstiPowMod2P31M1(state_.a, exponent); }
+
+ private:
+  State& state_;
+};
 
 // Reals write at least one element and take at least one step.
 int32_t at_least_one(int32_t n) {
@@ -97,25 +109,7 @@ int32_t at_least_one(int32_t n) {
 }  // namespace
 
 int32_t __qstBRngMCG31M1InitStream(int32_t method, QstStream* stream, int32_t n, const uint32_t* params) {
-  State& s = state_of<State>(stream);
-  switch (method) {
-    case QST_INIT_NEW: {
-      const uint32_t seed = n > 0 ? params[0] % kMersenne31 : 1;
-      s = {seed == 0 ? 1 : seed, kMultiplier};
-      return QST_STATUS_OK;
-    }
-    case QST_INIT_LEAPFROG:
-      skip(s, params[0]);
-      s.a = __qstiPowMod2P31M1(s.a, static_cast<uint64_t>(int64_t{n}));
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD:
-      skip(s, count_at(params));
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD_EX:
-      return QST_ERROR_SKIPAHEAD_EX_UNSUPPORTED;
-    default:
-      return QST_ERROR_UNKNOWN_METHOD;
-  }
+  return init_congruential<Moves>(method, stream, n, params);
 }
 
 int32_t __qstsBRngMCG31M1(QstStream* stream, int32_t n, float* r, float a, float b) {

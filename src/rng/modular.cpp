@@ -84,7 +84,7 @@ void power_vector_by_table(uint32_t* v, int32_t n, const uint64_t* e, const uint
     for (uint64_t bits = e[word]; bits != 0; bits >>= 1, ++row) {
       if ((bits & 1) == 0) continue;
       if (row < kPowerRows) {
-        value = apply_folded<kGap>(table + 9 * row, value);
+        value = apply_folded<kGap>(table + ptrdiff_t{9} * row, value);
         continue;
       }
       if (reached == kPowerRows - 1)

@@ -98,7 +98,7 @@ struct Lanes {
       return _mm256_load_pd(row[0] + first) * s0 + _mm256_load_pd(row[1] + first) * s1 +
              _mm256_load_pd(row[2] + first) * s2;
     };
-    for (int i = 0; i < 3; ++i) {
+    for (ptrdiff_t i = 0; i < 3; ++i) {
       const __m256d high = balanced<kGap>(dot(spread.high + 3 * i));
       lanes[i] = balanced<kGap>(high * _mm256_set1_pd(0x1p16) + dot(spread.low + 3 * i));
     }
@@ -151,7 +151,7 @@ void fill_lanes(State& state, double* out, int32_t m) {
           for (int v = 0; v < 2; ++v) z[v][k] = lanes[v].step();
         for (int v = 0; v < 2; ++v) {
           transpose(z[v]);  // from a row a step to a row a lane
-          for (int l = 0; l < 4; ++l) _mm256_storeu_pd(out + (first + 4 * v + l) * kSegment + t, z[v][l]);
+          for (ptrdiff_t l = 0; l < 4; ++l) _mm256_storeu_pd(out + (first + 4 * v + l) * kSegment + t, z[v][l]);
         }
       }
     };

@@ -85,7 +85,7 @@ int32_t save(QstStream* stream, Sink& sink) {
 
   char header[QST_IMAGE_HEADER_BYTES] = {};  // the bytes that have no meaning are zero, so that images compare equal
   header[0] = QST_IMAGE_VERSION;
-  std::memcpy(header + 4, "RNG", 3);
+  for (int k = 0; k < 3; ++k) header[4 + k] = "RNG"[k];
   put<uint16_t>(header, 8, QST_IMAGE_HEADER_BYTES);
   put<int32_t>(header, 12, state_size);
   put<uint16_t>(header, 16, static_cast<uint16_t>(__qstGetNumChunks(stream)));

@@ -102,9 +102,9 @@ inline Generator generator_of(const QstStream* stream) {
 }
 
 // Count of 64 bits behind the params of methods 2 and 3; they are words of 32 bits to the caller's compiler.
-inline uint64_t count_at(const uint32_t* params, int32_t word = 0) {
+inline uint64_t count_at(const uint32_t* params) {
   uint64_t count;
-  std::memcpy(&count, params + 2 * word, sizeof count);
+  std::memcpy(&count, params, sizeof count);
   return count;
 }
 

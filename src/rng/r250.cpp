@@ -23,7 +23,7 @@ static_assert(kStreamSize<State> == 1024);
 // out[k] = first[k] xor second[k], in order; what is read may be output of at least 8 places before.
 void combine(uint32_t* out, const uint32_t* first, const uint32_t* second, int32_t n) {
   int32_t k = 0;
-  for (; k + 8 <= n; k += 8) {
+  for (; n - k >= 8; k += 8) {
     const __m256 a = _mm256_loadu_ps(reinterpret_cast<const float*>(first + k));
     const __m256 b = _mm256_loadu_ps(reinterpret_cast<const float*>(second + k));
     _mm256_storeu_ps(reinterpret_cast<float*>(out + k), _mm256_xor_ps(a, b));

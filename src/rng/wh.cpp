@@ -4,6 +4,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <array>
 
+#include "rng/congruential.h"
 #include "rng/output.h"
 
 namespace {
@@ -72,7 +73,7 @@ class Wh : public BlockOf<double, 256, kParts> {
       const __m256d c0 = _mm256_set1_pd(reciprocal_[0]), c1 = _mm256_set1_pd(reciprocal_[1]);
       const __m256d c2 = _mm256_set1_pd(reciprocal_[2]), c3 = _mm256_set1_pd(reciprocal_[3]);
       const auto four = [&](int32_t i) {
-        const auto part = [&](int l) { return _mm256_load_pd(x + l * kBlock + i); };
+        const auto part = [&](ptrdiff_t l) { return _mm256_load_pd(x + l * kBlock + i); };
         const __m256d s = (part(0) * c0 + part(2) * c2) + (part(1) * c1 + part(3) * c3);
         const __m256d whole = _mm256_round_pd(s, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC);
         return (s - whole) * width + a;
@@ -116,9 +117,9 @@ class Wh : public BlockOf<double, 256, kParts> {
       transpose(block);
       for (int l = 0; l < kParts; ++l) lanes[l][half] = block[l];
     }
-    const auto emit = [&](double* to, int32_t stride) {
+    const auto emit = [&](double* to, ptrdiff_t stride) {
       for (int l = 0; l < kParts; ++l)
-        for (int half = 0; half < 2; ++half) _mm256_store_pd(to + l * stride + 4 * half, lanes[l][half]);
+        for (ptrdiff_t half = 0; half < 2; ++half) _mm256_store_pd(to + l * stride + 4 * half, lanes[l][half]);
     };
     if (m < kLanes) {
       emit(out, kBlock);
@@ -158,35 +159,35 @@ uint32_t multiply(uint32_t x, uint32_t a, uint32_t modulus) {
   return static_cast<uint32_t>(static_cast<uint64_t>(x) * a % modulus);
 }
 
-void skip(State& s, const Set& set, uint64_t count) {
-  for (int l = 0; l < kParts; ++l) s.x[l] = multiply(s.x[l], __qstiPowMod(s.a[l], count, set.moduli[l]), set.moduli[l]);
-}
+class Moves {
+ public:
+  explicit Moves(QstStream* stream) : state_(state_of<State>(stream)), set_(kTable[set_of(stream)]) {}
+
+  // Words beyond the fourth are ignored; n below 0 counts as 0.
+  void seed(int32_t n, const uint32_t* params) {
+    for (int l = 0; l < kParts; ++l) {
+      const uint32_t seed = l < n ? params[l] % set_.moduli[l] : 1;
+      state_.x[l] = seed == 0 ? 1 : seed;
+      state_.a[l] = set_.multipliers[l];
+    }
+  }
+  void skip(uint64_t count) {
+    for (int l = 0; l < kParts; ++l)
+      state_.x[l] = multiply(state_.x[l], __qstiPowMod(state_.a[l], count, set_.moduli[l]), set_.moduli[l]);
+  }
+  void raise(uint64_t exponent) {
+    for (int l = 0; l < kParts; ++l) state_.a[l] = __qstiPowMod(state_.a[l], exponent, set_.moduli[l]);
+  }
+
+ private:
+  State& state_;
+  const Set& set_;
+};
 
 }  // namespace
 
 int32_t __qstBRngWHInitStream(int32_t method, QstStream* stream, int32_t n, const uint32_t* params) {
-  State& s = state_of<State>(stream);
-  const Set& set = kTable[set_of(stream)];
-  switch (method) {
-    case QST_INIT_NEW:
-      for (int l = 0; l < kParts; ++l) {
-        const uint32_t seed = l < n ? params[l] % set.moduli[l] : 1;
-        s.x[l] = seed == 0 ? 1 : seed;
-        s.a[l] = set.multipliers[l];
-      }
-      return QST_STATUS_OK;
-    case QST_INIT_LEAPFROG:
-      skip(s, set, params[0]);
-      for (int l = 0; l < kParts; ++l) s.a[l] = __qstiPowMod(s.a[l], static_cast<uint64_t>(int64_t{n}), set.moduli[l]);
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD:
-      skip(s, set, count_at(params));
-      return QST_STATUS_OK;
-    case QST_INIT_SKIPAHEAD_EX:
-      return QST_ERROR_SKIPAHEAD_EX_UNSUPPORTED;
-    default:
-      return QST_ERROR_UNKNOWN_METHOD;
-  }
+  return init_congruential<Moves>(method, stream, n, params);
 }
 
 int32_t __qstsBRngWH(QstStream* stream, int32_t n, float* r, float a, float b) {
@@ -206,7 +207,7 @@ int32_t __qstiBRngWH(QstStream* stream, int32_t n, uint32_t* r) {
     generator.fill(block, m);
     for (int32_t i = 0; i < m; i += 4) {
       __m256d four[4];
-      for (int l = 0; l < kParts; ++l) four[l] = _mm256_load_pd(block + l * Wh::kBlock + i);
+      for (ptrdiff_t l = 0; l < kParts; ++l) four[l] = _mm256_load_pd(block + l * Wh::kBlock + i);
       transpose(four);
       for (int32_t k = 0; k < 4 && i + k < m; ++k, r += kParts) narrow(r, four[k]);
     }

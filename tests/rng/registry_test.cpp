@@ -78,8 +78,9 @@ TEST(Registry, both_numberings_decode) {
 
 TEST(Registry, the_older_table_repeats_the_records) {
   const auto same = [](const QstBrngProperties& a, const QstBrngProperties& b) {
-    return a.streamSize == b.streamSize && a.wordBytes == b.wordBytes && a.bits == b.bits &&
-           a.initStream == b.initStream && a.sBrng == b.sBrng && a.dBrng == b.dBrng && a.iBrng == b.iBrng;
+    return a.streamSize == b.streamSize && a.wordCount == b.wordCount && a.includesZero == b.includesZero &&
+           a.wordBytes == b.wordBytes && a.bits == b.bits && a.initStream == b.initStream && a.sBrng == b.sBrng &&
+           a.dBrng == b.dBrng && a.iBrng == b.iBrng;
   };
   for (int32_t row = 0; row < 279; ++row) {
     const int32_t newer = row < 4 ? row : row < 277 ? 4 : row - 272;

@@ -59,6 +59,12 @@ TEST_F(Streams, creation_fills_the_header_and_refuses_in_order) {
     EXPECT_EQ(__qstNewStreamEx(&stream, id, 0, nullptr), QST_ERROR_BAD_BRNG) << id;
     EXPECT_EQ(stream, untouched) << id;
   }
+  // A row without entries: a generator that is not built.
+  for (int32_t row = 0; row < 16; ++row) {
+    if (__RegBrngsNew[row].initStream != nullptr) continue;
+    EXPECT_EQ(__qstNewStreamEx(&stream, (row + 1) * 0x100000, 0, nullptr), QST_ERROR_BAD_BRNG) << row;
+    EXPECT_EQ(stream, untouched) << row;
+  }
   EXPECT_EQ(counting::requests, 0);
 
   counting::reset(1);
