@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "fitting/interpolate.h"
-#include "fitting/scratch.h"
 
 namespace qlx::fitting {
 

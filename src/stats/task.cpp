@@ -6,7 +6,6 @@
 #include <cstddef>
 
 #include "stats/qst_ss_task.h"
-#include "stats/scratch.h"
 
 namespace qlx::stats {
 namespace {
@@ -195,7 +194,7 @@ int32_t new_task(QstSSTask** slot, const void* p, const void* n, const void* sto
     if (word != QST_SS_ROWS && word != QST_SS_COLUMNS) return QST_SS_ERROR_STORAGE;
     if (n == nullptr || read_integer(fields, n) <= 0) return QST_SS_ERROR_OBSERVATION_COUNT;
   }
-  *slot = static_cast<QstSSTask*>(qlx_serv_allocate(sizeof(QstSSTask), kAlignment));
+  *slot = platform::allocate_array<QstSSTask>(1);
   if (*slot == nullptr) return QST_SS_ERROR_MEMORY;
   **slot = fields;
   return QST_SS_OK;
