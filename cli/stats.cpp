@@ -152,7 +152,7 @@ class Summary {
       double low, high;
       (*all)[k].finish();
       if (!(*all)[k].find(rank, &low) || !(*all)[k].find(std::min(rank + 1, rows - 1), &high)) return false;
-      quartile[k] = (1 - fraction) * low + fraction * high;
+      quartile[k] = fraction == 0 ? low : (1 - fraction) * low + fraction * high;
     }
     return true;
   }

@@ -91,7 +91,7 @@ class Basic {
     n_ = read_integer(task_, task_.observationCount);
     rows_ = in_rows(task_, task_.observationStorage, p_);
     weights_ = as_array<const T>(task_.weights);
-    matrix_ = wants(kMatrixEstimates);
+    matrix_ = wants(kMatrixEstimates) && p_ > 0;  // the linear algebra takes no matrix of no rows
     method_ = (method_word_ & QST_SS_METHOD_FAST) != 0    ? Method::kFast
               : (method_word_ & QST_SS_METHOD_1PASS) != 0 ? Method::kOnePass
                                                           : Method::kGivenMean;
@@ -173,7 +173,7 @@ class Basic {
     const int64_t bytes = (thread_count_ - 1) * p_ * p_ * static_cast<int64_t>(sizeof(T));
     private_matrices_ = method_ == Method::kOnePass || bytes <= kPrivateMatrixBytes;
 
-    if (!matrix_ || p_ == 0) return;
+    if (!matrix_) return;
     constexpr int64_t kBlockBytes = 0x40000, kLeastBlock = 64;
     const bool weighted = weights_ != nullptr;
     block_ = kBlockBytes / (p_ * static_cast<int64_t>(sizeof(T)) * (weighted ? 2 : 1));

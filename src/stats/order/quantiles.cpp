@@ -109,9 +109,10 @@ void bring_smallest(T* a, int64_t k, int64_t end) {
   a[k] = smallest;
 }
 
+// On a rank the element itself: an infinite neighbour would make NaN of its factor 0.
 template <class T>
 T interpolate(T fraction, T low, T high) {
-  return (1 - fraction) * low + fraction * high;
+  return fraction == 0 ? low : (1 - fraction) * low + fraction * high;
 }
 
 template <class T>
