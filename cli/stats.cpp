@@ -356,6 +356,7 @@ void print_json(Output* out, const Report& report, const Summary& summary) {
 std::vector<size_t> choose_columns(const CsvReader& reader, const Arguments& arguments, size_t weights,
                                    const std::vector<CsvRow>& rows, Report* report) {
   if (!arguments.csv.columns.empty()) return reader.columns(arguments.csv.columns);
+  if (rows.empty()) throw Error(reader.file() + ": no rows of data");
   std::vector<size_t> chosen;
   for (size_t c = 0; c < reader.names().size(); ++c) {
     if (c == weights) continue;
@@ -510,7 +511,13 @@ Run attach_stats(CLI::App& command) {
       .add_option("-q,--stream-quantiles", arguments->epsilon,
                   "Quartiles in one pass and little memory; ranks are off by less than EPS times the rows")
       ->type_name("EPS")
-      ->check(CLI::Range(1e-7, 1.0).description(""));
+      ->check(CLI::Validator(
+          [](std::string& text) -> std::string {
+            double epsilon;
+            const bool good = parse_number(text, &epsilon) == Parsed::kNumber && epsilon >= 1e-7 && epsilon <= 1;
+            return good ? "" : text + " is not a number from 1e-7 to 1";
+          },
+          ""));
   command.add_flag("-j,--json", arguments->json, "Print JSON, with all digits");
   command.footer(
       "Without --column, every column of numbers takes part. The standard deviation and the covariance divide by n - "

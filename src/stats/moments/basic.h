@@ -68,7 +68,8 @@ class Basic {
   }
 
  private:
-  struct PerThread {
+  // Aligned, so that threads don't share the lines of their running weights.
+  struct alignas(platform::kAlignment) PerThread {
     int64_t first, end;  // observations
     T* vectors[kVectors];
     T* matrix;

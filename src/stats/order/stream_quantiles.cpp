@@ -145,6 +145,11 @@ int32_t stream_quantiles(QstSSTask* task, uint64_t method, const QlxThreadTable*
 
   int64_t threads = thread_limit(table);
   if (threads > p) threads = p;
+  // Taking in a short block is less work than starting a thread.
+  constexpr int64_t kValuesPerThread = 1 << 13;
+  const bool answers = (method & QST_SS_METHOD_STREAM_QUANTILES) != 0;
+  if (!answers && n < kValuesPerThread && threads > n * p / kValuesPerThread) threads = n * p / kValuesPerThread;
+  if (threads < 1) threads = 1;
   Scratch<int32_t> statuses(threads);
   if (!statuses) return QST_SS_ERROR_MEMORY;
   const T epsilon = as_array<const T>(task->streamParams)[0];
@@ -159,7 +164,7 @@ int32_t stream_quantiles(QstSSTask* task, uint64_t method, const QlxThreadTable*
     for (int64_t i = part_start(p, threads, index); i < end && status == QST_SS_OK; ++i) {
       if (!includes(*task, i)) continue;
       status = take_in(state[i], rows ? x + i * n : x + i, n, rows ? int64_t{1} : p, epsilon);
-      if (status == QST_SS_OK && (method & QST_SS_METHOD_STREAM_QUANTILES) != 0)
+      if (status == QST_SS_OK && answers)
         status = answer(state[i], orders, order_count, as_array<T>(task->streamQuantiles) + i * order_count);
     }
     statuses[index] = status;
