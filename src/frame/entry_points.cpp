@@ -10,7 +10,7 @@ extern "C" {
 #define QLX_FUNCTION(Name, equation)
 #define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)    \
   QLX_RECORD(t, t##Name, , Shape, Sharing, la, ha, ep) \
-  QLX_IF_STRIDED_##Shape(QLX_RECORD(t, t##Name##I, I, Shape, Sharing, la, ha, ep))
+  QLX_IF_STRIDED(Shape)(QLX_RECORD(t, t##Name##I, I, Shape, Sharing, la, ha, ep))
 #include "frame/catalogue.def"
 #undef QLX_FUNCTION
 #undef QLX_FN

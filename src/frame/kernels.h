@@ -20,9 +20,9 @@ namespace qlx::kernels {
   void K##_HA(__VA_ARGS__);
 
 #define QLX_FUNCTION(Name, equation)
-#define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)                              \
-  QLX_DECLARE_##Sharing(t##Name, QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P_##Shape) \
-      QLX_IF_STRIDED_##Shape(QLX_DECLARE_##Sharing(t##Name##I, QLX_PI_##Shape(QLX_TYPE_##t)))
+#define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)                             \
+  QLX_DECLARE_##Sharing(t##Name, QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P(Shape)) \
+      QLX_IF_STRIDED(Shape)(QLX_DECLARE_##Sharing(t##Name##I, QLX_PI_##Shape(QLX_TYPE_##t)))
 #include "frame/catalogue.def"
 
 #undef QLX_FUNCTION

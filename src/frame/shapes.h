@@ -2,10 +2,9 @@
 // shape, unit-stride and strided. X-macros of catalogue.def paste a row's shape to these names.
 // SPDX-License-Identifier: Apache-2.0
 //
-// QLX_P_<shape>(T) parameters, QLX_A_<shape> arguments; with I the strided form. QLX_IF_STRIDED_<shape> keeps its
-// arguments where a strided form exists (pack and unpack have none), QLX_UNIT_STRIDES_<shape> is true when all strides
-// are 1, QLX_MORE_P_<shape> and QLX_MORE_A_<shape> are what the kernel takes beyond the entry point's arguments, and
-// QLX_SLOTS_<sharing> fills a kernel table.
+// QLX_P_<shape>(T) parameters, QLX_A_<shape> arguments; with I the strided form. QLX_UNIT_STRIDES_<shape> is true when
+// all strides are 1, QLX_KIND_<shape> tells elementwise functions from moves, and QLX_SLOTS_<sharing> fills a kernel
+// table.
 #pragma once
 
 #define QLX_TYPE_s float
@@ -60,41 +59,34 @@
 #define QLX_P_UNPACKV(T) int64_t n, const T *a, T *y, const int32_t *ix
 #define QLX_A_UNPACKV n, a, y, ix
 
-// What the kernel takes beyond the entry point's arguments, as parameters and as an argument: the selector of pack and
-// unpack.
-#define QLX_MORE_P_A_R
-#define QLX_MORE_A_A_R
-#define QLX_MORE_P_A_RR
-#define QLX_MORE_A_A_RR
-#define QLX_MORE_P_AB_R
-#define QLX_MORE_A_AB_R
-#define QLX_MORE_P_AX_R
-#define QLX_MORE_A_AX_R
-#define QLX_MORE_P_LINEARFRAC
-#define QLX_MORE_A_LINEARFRAC
-#define QLX_MORE_P_PACKI , int32_t selector
-#define QLX_MORE_A_PACKI , 1
-#define QLX_MORE_P_PACKM , int32_t selector
-#define QLX_MORE_A_PACKM , 1
-#define QLX_MORE_P_PACKV , int32_t selector
-#define QLX_MORE_A_PACKV , 1
-#define QLX_MORE_P_UNPACKI , int32_t selector
-#define QLX_MORE_A_UNPACKI , 1
-#define QLX_MORE_P_UNPACKM , int32_t selector
-#define QLX_MORE_A_UNPACKM , 1
-#define QLX_MORE_P_UNPACKV , int32_t selector
-#define QLX_MORE_A_UNPACKV , 1
+// Elementwise shapes have a strided form; the kernels of moves take a selector beyond the entry point's arguments.
+#define QLX_KIND_A_R ELEMENTWISE
+#define QLX_KIND_A_RR ELEMENTWISE
+#define QLX_KIND_AB_R ELEMENTWISE
+#define QLX_KIND_AX_R ELEMENTWISE
+#define QLX_KIND_LINEARFRAC ELEMENTWISE
+#define QLX_KIND_PACKI MOVE
+#define QLX_KIND_PACKM MOVE
+#define QLX_KIND_PACKV MOVE
+#define QLX_KIND_UNPACKI MOVE
+#define QLX_KIND_UNPACKM MOVE
+#define QLX_KIND_UNPACKV MOVE
 
-#define QLX_MORE_PI_A_R
-#define QLX_MORE_AI_A_R
-#define QLX_MORE_PI_A_RR
-#define QLX_MORE_AI_A_RR
-#define QLX_MORE_PI_AB_R
-#define QLX_MORE_AI_AB_R
-#define QLX_MORE_PI_AX_R
-#define QLX_MORE_AI_AX_R
-#define QLX_MORE_PI_LINEARFRAC
-#define QLX_MORE_AI_LINEARFRAC
+#define QLX_PASTE_NAMES(a, b) a##b
+#define QLX_PASTE(a, b) QLX_PASTE_NAMES(a, b)
+
+// What the kernel takes beyond the entry point's arguments, as parameters and as an argument.
+#define QLX_MORE_P(Shape) QLX_PASTE(QLX_MORE_P_, QLX_KIND_##Shape)
+#define QLX_MORE_P_ELEMENTWISE
+#define QLX_MORE_P_MOVE , int32_t selector
+#define QLX_MORE_A(Shape) QLX_PASTE(QLX_MORE_A_, QLX_KIND_##Shape)
+#define QLX_MORE_A_ELEMENTWISE
+#define QLX_MORE_A_MOVE , 1
+
+// Its arguments for the shapes with a strided form, nothing for the others.
+#define QLX_IF_STRIDED(Shape) QLX_PASTE(QLX_IF_STRIDED_, QLX_KIND_##Shape)
+#define QLX_IF_STRIDED_ELEMENTWISE(...) __VA_ARGS__
+#define QLX_IF_STRIDED_MOVE(...)
 
 // Whether all strides are 1.
 #define QLX_UNIT_STRIDES_A_R (inca == 1 && incr == 1)
@@ -102,19 +94,6 @@
 #define QLX_UNIT_STRIDES_AB_R (inca == 1 && incb == 1 && incr == 1)
 #define QLX_UNIT_STRIDES_AX_R (inca == 1 && incr == 1)
 #define QLX_UNIT_STRIDES_LINEARFRAC (inca == 1 && incb == 1 && incr == 1)
-
-// Its arguments for the shapes with a strided form, nothing for the others.
-#define QLX_IF_STRIDED_A_R(...) __VA_ARGS__
-#define QLX_IF_STRIDED_A_RR(...) __VA_ARGS__
-#define QLX_IF_STRIDED_AB_R(...) __VA_ARGS__
-#define QLX_IF_STRIDED_AX_R(...) __VA_ARGS__
-#define QLX_IF_STRIDED_LINEARFRAC(...) __VA_ARGS__
-#define QLX_IF_STRIDED_PACKI(...)
-#define QLX_IF_STRIDED_PACKM(...)
-#define QLX_IF_STRIDED_PACKV(...)
-#define QLX_IF_STRIDED_UNPACKI(...)
-#define QLX_IF_STRIDED_UNPACKM(...)
-#define QLX_IF_STRIDED_UNPACKV(...)
 
 // Which kernels fill the slots LA, HA, EP; a shared kernel carries the name of its sharing.
 #define QLX_SLOTS_THREE(K) \

@@ -6,14 +6,17 @@
 //
 //   struct InvF32 {
 //     using Pack = simd::PackF32;
-//     static constexpr int kBlock = 32;                    // elements a pass, a multiple of Pack::kLanes
-//     Pack formula(Pack a) const;                          // all lanes, whatever they hold
+//     static constexpr int kBlock = 32;                    // elements mended and stored together, a multiple of kLanes
+//     static constexpr int kPass = 64;                     // optional: elements that a pass of the main loop takes
+//     Pack formula(Pack a) const;                          // all lanes, whatever they hold; [[gnu::always_inline]] if
+//                                                          // the compiler would call a long one for each register
 //     Pack::Mask needs_care(Pack a) const;                 // lanes that the formula can't serve; left out: none
 //     static Status callout(const float *a, float *r);     // always stores a result
 //     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
 //                                                          // in r and takes them out of m
 //     Pack::Mask second_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: the same before all else, in any mode;
 //                                                          // for a formula that serves the usual lanes at less cost
+//     static constexpr bool kNeverReports = true;          // optional: every status of the callout is 0
 //   };
 //
 // Two arguments: formula(a, b), needs_care(a, b), callout(a, b, r). Two results: formula returns Two<Pack>, and the
@@ -64,6 +67,7 @@ struct UnitArray {
     return simd::load_first(base + i, count, simd::all<Pack>(filler));
   }
   void store(int32_t i, Pack x) const { simd::store(base + i, x); }
+  void store_first(int32_t i, int count, Pack x) const { simd::store_first(base + i, count, x); }
   View<Element> view() const { return {base, 1}; }
 };
 
@@ -80,6 +84,7 @@ struct StridedArray {
   }
   // The lanes past the end repeat the first element: they raise no flag that it doesn't.
   Pack load_first(int32_t i, int count, bool) const {
+    if (count == Pack::kLanes) return load(i);
     alignas(32) Real lanes[Pack::kLanes];
     simd::store_aligned(lanes, simd::all<Pack>(base[i * stride]));
     for (int k = 0; k < count; ++k) lanes[k] = base[(i + k) * stride];
@@ -92,6 +97,8 @@ struct StridedArray {
       simd::scatter(base + i * stride, stride, x);
     }
   }
+  // Whole registers only: a strided tail goes element by element.
+  void store_first(int32_t i, int, Pack x) const { store(i, x); }
   View<Element> view() const { return {base, stride}; }
 };
 
@@ -109,7 +116,6 @@ struct ScalarArgument {
 struct None {};
 
 // ---- The walk of marked lanes, out of line and shared by all kernels of a type
-// ---------------------------------------
 
 constexpr int kMaxBlock = 32;
 
@@ -150,6 +156,9 @@ extern template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<do
 // ---- The run over a vector
 
 // Formula, its arrays, and the passes over them. B and S are None for functions without a second argument or result.
+//
+// A fast pass only asks whether any of its lanes needs care, and leaves such a block, before it has stored anything, to
+// careful_pass, which begins anew. So neither arguments nor masks stay in registers beyond the formula.
 template <class Formula, class A, class B, class R, class S>
 class Run {
   using Pack = typename Formula::Pack;
@@ -166,21 +175,22 @@ class Run {
     }
   }();
   static constexpr bool kHasCare = kMarksOnTheWay || requires(Formula f) { &Formula::needs_care; };
+  static constexpr bool kReports = kHasCare && !requires { Formula::kNeverReports; };
   static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0);
 
  public:
   Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
       : formula_(formula), a_(a), b_(b), r_(r), s_(s), mode_(mode), name_(name) {}
 
-  // Unit stride: blocks, then single registers, then one masked register. Kernels that serve every lane first bring the
-  // stores to register boundaries.
+  // Unit stride: blocks, then single registers, then one masked register. Kernels that never report, whose blocks
+  // nobody can tell, first bring the stores to register boundaries.
   [[gnu::always_inline]] void unit(int32_t n) const {
     int32_t i = 0;
-    if constexpr (!kHasCare) {
+    if constexpr (!kReports) {
       if (n >= kAlignFrom) i = align_stores();
     }
     i = blocks(i, n);
-    for (; n - i >= kLanes; i += kLanes) pass<1>(i);
+    if constexpr (Formula::kBlock > kLanes) i = passes<kLanes>(i, n);
     if (i < n) masked_pass(i, n - i);
   }
 
@@ -194,11 +204,10 @@ class Run {
   }
 
  private:
-  // The lanes of up to a block, in registers.
-  template <int kRegisters>
-  struct Registers {
-    Pack a[kRegisters], b[kRegisters], r[kRegisters], s[kRegisters];
-    Mask care[kRegisters];
+  // One register of each argument and result, and the lanes that need care.
+  struct Lanes {
+    Pack a, b, r, s;
+    Mask care;
   };
 
   // Arrays as short as a few blocks don't win back the extra register.
@@ -214,58 +223,99 @@ class Run {
     return count;
   }
 
+  // Whole blocks; several at a time where the formula asks for it.
   [[gnu::always_inline]] int32_t blocks(int32_t i, int32_t n) const {
-    for (; n - i >= Formula::kBlock; i += Formula::kBlock) pass<Formula::kBlock / kLanes>(i);
+    if constexpr (requires { Formula::kPass; }) {
+      static_assert(Formula::kPass % Formula::kBlock == 0);
+      i = passes<Formula::kPass>(i, n);
+    }
+    return passes<Formula::kBlock>(i, n);
+  }
+
+  template <int kElements>
+  [[gnu::always_inline]] int32_t passes(int32_t i, int32_t n) const {
+    for (; n - i >= kElements; i += kElements) pass<kElements / kLanes>(i);
     return i;
   }
 
   template <int kRegisters>
   [[gnu::always_inline]] void pass(int32_t i) const {
-    Registers<kRegisters> x;
+    Lanes x[kRegisters];
 #pragma GCC unroll 8
     for (int j = 0; j < kRegisters; ++j) {
-      x.a[j] = a_.load(i + j * kLanes);
-      if constexpr (kTwoArguments) x.b[j] = b_.load(i + j * kLanes);
+      x[j].a = a_.load(i + j * kLanes);
+      if constexpr (kTwoArguments) x[j].b = b_.load(i + j * kLanes);
     }
-    compute(x);
+#pragma GCC unroll 8
+    for (int j = 0; j < kRegisters; ++j) compute(x[j]);
     if constexpr (kHasCare) {
-      if (any_care(x)) [[unlikely]]
-        mend(x, i);
+      Mask care = x[0].care;
+#pragma GCC unroll 8
+      for (int j = 1; j < kRegisters; ++j) care = care | x[j].care;
+      if (simd::any(care)) [[unlikely]]
+        return careful_pass(*this, i, kRegisters * kLanes);
     }
 #pragma GCC unroll 8
     for (int j = 0; j < kRegisters; ++j) {
-      r_.store(i + j * kLanes, x.r[j]);
-      if constexpr (kTwoResults) s_.store(i + j * kLanes, x.s[j]);
+      r_.store(i + j * kLanes, x[j].r);
+      if constexpr (kTwoResults) s_.store(i + j * kLanes, x[j].s);
     }
   }
 
   [[gnu::always_inline]] void masked_pass(int32_t i, int count) const {
-    Registers<1> x;
-    x.a[0] = a_.load_first(i, count, kFillsWithElement<Formula>);
-    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count, kFillsWithElement<Formula>);
+    Lanes x = load_first(i, count);
     compute(x);
     if constexpr (kHasCare) {
-      x.care[0] = x.care[0] & simd::first_lanes(x.care[0], count);
-      if (any_care(x)) [[unlikely]]
-        mend(x, i);
+      if (simd::any(x.care & simd::first_lanes(x.care, count))) [[unlikely]]
+        return careful_pass(*this, i, count);
     }
-    simd::store_first(r_.base + i, count, x.r[0]);
-    if constexpr (kTwoResults) simd::store_first(s_.base + i, count, x.s[0]);
+    store_first(x, i, count);
+  }
+
+  // A pass with lanes that need care, block by block. By value, so that the fast path's run never has an address and
+  // stays in registers.
+  [[gnu::noinline, gnu::cold]] static void careful_pass(const Run run, int32_t i, int count) {
+    constexpr int kBlock = Formula::kBlock;
+    for (; count > kBlock; i += kBlock, count -= kBlock) run.careful_block(i, kBlock);
+    run.careful_block(i, count);
+  }
+
+  // First the second road, then the short one, when no report is wanted, then the walk.
+  void careful_block(int32_t i, int count) const {
+    SavedBlock<Real> block;
+    uint32_t bits = 0;
+    const auto each_register = [count](const auto& body) {
+      for (int k = 0; k < count; k += kLanes) body(k, count - k < kLanes ? count - k : kLanes);
+    };
+    each_register([&](int k, int lanes) {
+      Lanes x = load_first(i + k, lanes);
+      compute(x);
+      x.care = x.care & simd::first_lanes(x.care, lanes);
+      take_second_road(x);
+      take_short_road(x);
+      bits |= simd::lane_bits(x.care) << k;
+      save(x, block, k);
+    });
+    if (bits != 0) walk(bits, i, block, views(), callout(), name_);
+    each_register([&](int k, int lanes) {
+      Lanes x;
+      x.r = simd::load(block.r + k);
+      if constexpr (kTwoResults) x.s = simd::load(block.s + k);
+      store_first(x, i + k, lanes);
+    });
   }
 
   // The lanes are computed together, and mended and stored one after the other, as if each had a pass of its own.
   void element_pass(int32_t i, int count) const {
-    Registers<1> x;
-    x.a[0] = a_.load_first(i, count, kFillsWithElement<Formula>);
-    if constexpr (kTwoArguments) x.b[0] = b_.load_first(i, count, kFillsWithElement<Formula>);
+    Lanes x = load_first(i, count);
     compute(x);
     SavedBlock<Real> block;
     uint32_t bits = 0;
     if constexpr (kHasCare) {
       take_second_road(x);
-      bits = simd::lane_bits(x.care[0]);
+      bits = simd::lane_bits(x.care);
     }
-    save(x, block);
+    save(x, block, 0);
     const Views<Real> views = this->views();
     for (int k = 0; k < count; ++k) {
       if constexpr (kHasCare) {
@@ -276,86 +326,68 @@ class Run {
     }
   }
 
-  template <int kRegisters>
-  [[gnu::always_inline]] void compute(Registers<kRegisters>& x) const {
-#pragma GCC unroll 8
-    for (int j = 0; j < kRegisters; ++j) {
-      const auto result = [&] {
-        if constexpr (kTwoArguments) {
-          return formula_.formula(x.a[j], x.b[j]);
-        } else {
-          return formula_.formula(x.a[j]);
-        }
-      }();
-      if constexpr (kMarksOnTheWay) {
-        x.r[j] = result.result;
-        x.care[j] = result.care;
-      } else if constexpr (kTwoResults) {
-        x.r[j] = result.first;
-        x.s[j] = result.second;
+  // A register that may end early.
+  [[gnu::always_inline]] Lanes load_first(int32_t i, int count) const {
+    Lanes x;
+    x.a = a_.load_first(i, count, kFillsWithElement<Formula>);
+    if constexpr (kTwoArguments) x.b = b_.load_first(i, count, kFillsWithElement<Formula>);
+    return x;
+  }
+  [[gnu::always_inline]] void store_first(const Lanes& x, int32_t i, int count) const {
+    r_.store_first(i, count, x.r);
+    if constexpr (kTwoResults) s_.store_first(i, count, x.s);
+  }
+
+  [[gnu::always_inline]] void compute(Lanes& x) const {
+    const auto result = [&] {
+      if constexpr (kTwoArguments) {
+        return formula_.formula(x.a, x.b);
       } else {
-        x.r[j] = result;
+        return formula_.formula(x.a);
       }
-      if constexpr (kHasCare && !kMarksOnTheWay) {
-        if constexpr (kTwoArguments) {
-          x.care[j] = formula_.needs_care(x.a[j], x.b[j]);
-        } else {
-          x.care[j] = formula_.needs_care(x.a[j]);
-        }
+    }();
+    if constexpr (kMarksOnTheWay) {
+      x.r = result.result;
+      x.care = result.care;
+    } else if constexpr (kTwoResults) {
+      x.r = result.first;
+      x.s = result.second;
+    } else {
+      x.r = result;
+    }
+    if constexpr (kHasCare && !kMarksOnTheWay) {
+      if constexpr (kTwoArguments) {
+        x.care = formula_.needs_care(x.a, x.b);
+      } else {
+        x.care = formula_.needs_care(x.a);
       }
     }
   }
 
-  template <int kRegisters>
-  [[gnu::always_inline]] static bool any_care(const Registers<kRegisters>& x) {
-    Mask all = x.care[0];
-#pragma GCC unroll 8
-    for (int j = 1; j < kRegisters; ++j) all = all | x.care[j];
-    return simd::any(all);
+  static void save(const Lanes& x, SavedBlock<Real>& block, int k) {
+    simd::store_aligned(block.a + k, x.a);
+    simd::store_aligned(block.r + k, x.r);
+    if constexpr (kTwoArguments) simd::store_aligned(block.b + k, x.b);
+    if constexpr (kTwoResults) simd::store_aligned(block.s + k, x.s);
   }
 
-  template <int kRegisters>
-  [[gnu::always_inline]] static void save(const Registers<kRegisters>& x, SavedBlock<Real>& block) {
-    for (int j = 0; j < kRegisters; ++j) {
-      simd::store_aligned(block.a + j * kLanes, x.a[j]);
-      simd::store_aligned(block.r + j * kLanes, x.r[j]);
-      if constexpr (kTwoArguments) simd::store_aligned(block.b + j * kLanes, x.b[j]);
-      if constexpr (kTwoResults) simd::store_aligned(block.s + j * kLanes, x.s[j]);
-    }
-  }
-
-  template <int kRegisters>
-  [[gnu::always_inline]] void take_second_road(Registers<kRegisters>& x) const {
+  void take_second_road(Lanes& x) const {
     if constexpr (requires { &Formula::second_road; }) {
-      for (int j = 0; j < kRegisters; ++j) {
-        if constexpr (kTwoArguments) {
-          x.care[j] = formula_.second_road(x.a[j], x.b[j], x.r[j], x.care[j]);
-        } else {
-          x.care[j] = formula_.second_road(x.a[j], x.r[j], x.care[j]);
-        }
+      if constexpr (kTwoArguments) {
+        x.care = formula_.second_road(x.a, x.b, x.r, x.care);
+      } else {
+        x.care = formula_.second_road(x.a, x.r, x.care);
       }
     }
   }
-
-  // Marked lanes: first the second road, then the short one, when no report is wanted, then the walk. Inlined, so that
-  // the fast path's lanes never have an address.
-  template <int kRegisters>
-  [[gnu::always_inline]] void mend(Registers<kRegisters>& x, int32_t i) const {
-    take_second_road(x);
+  void take_short_road(Lanes& x) const {
     if constexpr (requires { &Formula::short_road; }) {
-      if ((mode_ & QVM_ERRMODE_MASK) == QVM_ERRMODE_NOERR) {
-        for (int j = 0; j < kRegisters; ++j) x.care[j] = formula_.short_road(x.a[j], x.r[j], x.care[j]);
+      if ((mode_ & QVM_ERRMODE_MASK) != QVM_ERRMODE_NOERR) return;
+      if constexpr (kTwoArguments) {
+        x.care = formula_.short_road(x.a, x.b, x.r, x.care);
+      } else {
+        x.care = formula_.short_road(x.a, x.r, x.care);
       }
-    }
-    uint32_t bits = 0;
-    for (int j = 0; j < kRegisters; ++j) bits |= simd::lane_bits(x.care[j]) << (j * kLanes);
-    if (bits == 0) return;
-    SavedBlock<Real> block;
-    save(x, block);
-    walk(bits, i, block, views(), callout(), name_);
-    for (int j = 0; j < kRegisters; ++j) {
-      x.r[j] = simd::load(block.r + j * kLanes);
-      if constexpr (kTwoResults) x.s[j] = simd::load(block.s + j * kLanes);
     }
   }
 
@@ -454,11 +486,11 @@ struct Kernel {
 }  // namespace qlx::shell
 
 // ---- Instantiation, one line a kernel, at file scope
-// ----------------------------------------------------------------- QLX_KERNEL(Shape, t, Name, Accuracy, Formula)
-// defines the unit-stride and the strided kernel that the row of t and Name in catalogue.def calls Accuracy: LA, HA,
-// EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are all 1 goes to the unit-stride kernel through the
-// function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any class with run(), and the name that the strided
-// kernel reports under.
+//
+// QLX_KERNEL(Shape, t, Name, Accuracy, Formula) defines the unit-stride and the strided kernel that the row of t and
+// Name in catalogue.def calls Accuracy: LA, HA, EP, or the sharing ALL, LAHA, LAEP. A strided call whose strides are
+// all 1 goes to the unit-stride kernel through the function's table. Both report as "v<t>Name"; QLX_KERNEL_OF takes any
+// class with run(), and the name that the strided kernel reports under.
 
 #define QLX_SLOT_LA 0
 #define QLX_SLOT_HA 1

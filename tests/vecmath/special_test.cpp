@@ -5,7 +5,9 @@
 #include <cfenv>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "accuracy/kernel_list.h"
@@ -38,6 +40,24 @@ int32_t remember(QvmElementReport* report) {
 
 bool same(double x, double y) {
   return std::isnan(x) ? std::isnan(y) : x == y && std::signbit(x) == std::signbit(y);
+}
+
+// The flag of a status. An infinity that the contract calls a domain error is a division by zero all the same, and a
+// denormal that is exact raises nothing.
+template <class Real>
+int flags_of(int status, Real result) {
+  switch (status) {
+    case 1:
+      return std::isinf(result) ? FE_DIVBYZERO : FE_INVALID;
+    case 2:
+      return FE_DIVBYZERO;
+    case 3:
+      return FE_OVERFLOW;
+    case 4:
+      return result == 0 ? FE_UNDERFLOW : 0;
+    default:
+      return 0;
+  }
 }
 
 // How the kernel is called.
@@ -81,6 +101,10 @@ void check(const SpecialRow& row, const KernelRow& kernel, int slot, const Setti
   qlx_qvm_kernel_SetMode(setting.silent ? QVM_ERRMODE_NOERR : QVM_ERRMODE_DEFAULT);
   if (!setting.silent) qlx_qvm_kernel_SetErrorCallBack(remember);
   qlx_qvm_kernel_ClearErrStatus();
+  // A flag that stood before the call has to stand after it; all others have to come from the call.
+  const int before = setting.place % 2 == 0 ? FE_DIVBYZERO : FE_OVERFLOW;
+  std::feclearexcept(FE_ALL_EXCEPT);
+  std::feraiseexcept(before);
   std::fesetround(setting.rounding);
   const Arrays<Real> arrays{as.data(), bs.data(), rs.data(), ss.data()};
   if (setting.strided) {
@@ -90,14 +114,17 @@ void check(const SpecialRow& row, const KernelRow& kernel, int slot, const Setti
   }
   EXPECT_EQ(std::fegetround(), setting.rounding);
   std::fesetround(FE_TONEAREST);
+  const int flags = std::fetestexcept(FE_ALL_EXCEPT);
 
   const Real result = rs[setting.place * stride];
+  EXPECT_EQ(flags & before, before);
   EXPECT_TRUE(matches(result, row.result))
       << "result 0x" << std::hex << to_bits(result) << " (" << result << "), wanted " << row.result;
   const int status = qlx_qvm_kernel_GetErrStatus();
   if (setting.silent || row.status != kAnyStatus) {
     EXPECT_EQ(status, setting.silent ? 0 : row.status);
   }
+  EXPECT_EQ(flags & flags_of(status, result), flags_of(status, result)) << "status " << status;
   ASSERT_EQ(seen.count, status == 0 ? 0 : 1);
   if (seen.count == 0) return;
   EXPECT_EQ(seen.last.code, status);
@@ -136,6 +163,76 @@ TEST(SpecialValues, rows_hold_in_every_setting) {
   qlx_qvm_kernel_SetErrorCallBack(nullptr);
   std::printf("%d rows run, %d rows of functions that are not built\n", run, not_built);
   EXPECT_GT(run + not_built, 0);
+}
+
+// ---- Where denormals count as zeros
+
+template <class Real>
+Real flushed(Real x) {
+  return std::fpclassify(x) == FP_SUBNORMAL ? std::copysign(Real{0}, x) : x;
+}
+// The result and the status of one element, in the mode that flushes.
+template <class Real>
+std::pair<Real, int> fast_result(const KernelRow& kernel, int slot, Real a, Real b, bool strided) {
+  Real r = -7, s = -7;
+  qlx_qvm_kernel_ClearErrStatus();
+  const Arrays<Real> arrays{&a, &b, &r, &s};
+  if (strided) {
+    call_strided(kernel, slot, 1, arrays, {2, 2, 2, 2});
+  } else {
+    call_unit(kernel, slot, 1, arrays);
+  }
+  return {r, qlx_qvm_kernel_GetErrStatus()};
+}
+template <class Real>
+void check_flushed(const SpecialRow& row, const KernelRow& kernel, int slot, bool strided) {
+  using Bits = typename Format<Real>::Bits;
+  const Real a = from_bits<Real>(static_cast<Bits>(row.a)), b = from_bits<Real>(static_cast<Bits>(row.b));
+  const Real a_zero = flushed(a), b_zero = flushed(b);
+  const auto [result, status] = fast_result(kernel, slot, a, b, strided);
+  EXPECT_NE(std::fpclassify(result), FP_SUBNORMAL) << result;
+  const auto [of_zeros, status_of_zeros] = fast_result(kernel, slot, a_zero, b_zero, strided);
+  EXPECT_TRUE(same(static_cast<double>(result), static_cast<double>(of_zeros))) << result << ", of zeros " << of_zeros;
+  EXPECT_EQ(status, status_of_zeros);
+  // Without a denormal anywhere the mode changes nothing.
+  if (to_bits(a) != to_bits(a_zero) || to_bits(b) != to_bits(b_zero)) return;
+  if (row.status != kAnyStatus) {
+    EXPECT_EQ(status, row.status);
+  }
+  if (row.result == "denormal") {
+    // The least normal number is one rounding away from the greatest denormal.
+    EXPECT_TRUE(result == 0 || result == std::numeric_limits<Real>::min()) << result;
+  } else if (row.result.starts_with("0x")) {
+    const Real wanted = flushed(from_bits<Real>(static_cast<Bits>(std::stoull(row.result, nullptr, 16))));
+    EXPECT_EQ(to_bits(result), to_bits(wanted)) << result;
+  } else {
+    EXPECT_TRUE(matches(result, row.result)) << result;
+  }
+}
+
+TEST(SpecialValues, denormals_count_as_zeros_in_the_fast_mode) {
+  for (const uint32_t errors : {uint32_t{QVM_ERRMODE_IGNORE}, uint32_t{QVM_ERRMODE_NOERR}}) {
+    qlx_qvm_kernel_SetMode(errors | QVM_DENORMAL_FAST);
+    for (const SpecialRow& row : read_all_rows()) {
+      const KernelRow* kernel = find_kernel(row.function, row.type);
+      if (!kernel) continue;
+      SpecialRow silent = row;
+      if (errors == QVM_ERRMODE_NOERR) silent.status = 0;
+      for (int slot = 0; slot < 3; ++slot) {
+        if (!has_slot(row.accuracy, slot)) continue;
+        for (const bool strided : {false, true}) {
+          SCOPED_TRACE(row.where + " " + row.function + " " + row.type + " " + kSlotNames[slot] +
+                       (strided ? ", strided" : "") + (errors == QVM_ERRMODE_NOERR ? ", no reports" : ""));
+          if (row.type == 's') {
+            check_flushed<float>(silent, *kernel, slot, strided);
+          } else {
+            check_flushed<double>(silent, *kernel, slot, strided);
+          }
+        }
+      }
+    }
+  }
+  qlx_qvm_kernel_SetMode(QVM_ERRMODE_DEFAULT);
 }
 
 }  // namespace

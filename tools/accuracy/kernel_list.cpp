@@ -69,7 +69,7 @@ const std::vector<KernelRow>& kernel_list() {
 #define QLX_FN(t, Name, shape, Sharing, la, ha, ep)             \
   list.push_back({#Name, *#t, shape_of(#shape), {}, {}, text}); \
   fill(list.back().unit, qlx_qvm_kernel_##t##Name##_ttab);      \
-  QLX_IF_STRIDED_##shape(fill(list.back().strided, qlx_qvm_kernel_##t##Name##I_ttab);)
+  QLX_IF_STRIDED(shape)(fill(list.back().strided, qlx_qvm_kernel_##t##Name##I_ttab);)
 #include "frame/catalogue.def"
 #undef QLX_FUNCTION
 #undef QLX_FN

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "accuracy/random.h"
 #include "accuracy/real.h"
 #include "qlx/qvm.h"
 
@@ -121,30 +122,98 @@ struct Job {
   const Reference& reference;
   const Arguments<Real>& arguments;
   bool slots[3];
+  // How far a sieve's word may be off, in ULP of Real.
+  const double reach = std::ldexp(reference.slack, Format<Real>::kPrecision - std::numeric_limits<Wide>::digits);
   std::atomic<uint64_t> next{0};
 
   // Takes chunks until none is left.
   void work(Measurement (&results)[3]) {
-    std::vector<Real> a(kChunk), b(kChunk), r(kChunk);
-    std::vector<Wide> y(kChunk);
+    std::vector<Real> a(kChunk), b(kChunk);
     qlx_qvm_kernel_SetMode(QVM_ERRMODE_IGNORE);
     for (;;) {
       const uint64_t first = next.fetch_add(kChunk);
       if (first >= arguments.size()) break;
       const int n = arguments.fill(first, kChunk, a.data(), b.data());
-      const auto wide = sieve_of(reference, Real{});
-      if (wide)
-        for (int i = 0; i < n; ++i) y[i] = wide(a[i], b[i]);
-      for (int slot = 0; slot < 3; ++slot) {
-        if (!slots[slot]) continue;
-        call(slot, n, a.data(), b.data(), r.data());
-        results[slot].count += static_cast<uint64_t>(n);
-        for (int i = 0; i < n; ++i) lane(a[i], b[i], r[i], wide ? &y[i] : nullptr, first + i, results[slot]);
+      chunk(n, a.data(), b.data(), first, slots, results);
+    }
+  }
+
+  // Walks uphill from the largest errors: rounds of arguments around the worst one so far. What it finds moves only the
+  // worst, as mean and shares are those of the sample. It ends after a few rounds that find nothing larger.
+  void refine(int rounds, uint64_t seed, double low, double high, Measurement (&results)[3]) {
+    constexpr int kPatience = 6;
+    std::vector<Real> a(kChunk), b(kChunk);
+    Random random(seed);
+    for (int slot = 0; slot < 3; ++slot) {
+      if (!slots[slot]) continue;
+      bool only[3] = {};
+      only[slot] = true;
+      Worst Measurement::*const bounded = slot == kEP ? &Measurement::relative : &Measurement::ulp;
+      for (int round = 0, idle = 0; round < rounds && idle < kPatience; ++round, ++idle) {
+        const Worst before = results[slot].*bounded;
+        if (before.error == 0 || std::isinf(before.error)) break;
+        const int n = around(before, random, low, high, a, b);
+        Measurement found[3];
+        found[slot].ulp = results[slot].ulp, found[slot].relative = results[slot].relative;
+        chunk(n, a.data(), b.data(), 0, only, found);
+        results[slot].ulp = found[slot].ulp, results[slot].relative = found[slot].relative;
+        results[slot].wrong_kind += found[slot].wrong_kind;
+        results[slot].sieve_misses += found[slot].sieve_misses;
+        if ((results[slot].*bounded).error > before.error) idle = -1;
       }
     }
   }
 
  private:
+  // The next numbers on both sides, then numbers that differ in random low bits, some of another exponent.
+  int around(const Worst& worst, Random& random, double low, double high, std::vector<Real>& a,
+             std::vector<Real>& b) const {
+    using F = Format<Real>;
+    constexpr int kNext = 512;
+    const Real x = static_cast<Real>(worst.a), y = static_cast<Real>(worst.b);
+    const auto blur = [&](Real value) {
+      const auto mask = (typename F::Bits{1} << random.bits() % F::kPrecision) - 1;
+      const Real near = from_bits<Real>(to_bits(value) ^ (static_cast<typename F::Bits>(random.bits()) & mask));
+      return random.bits() % 8 == 0 ? std::ldexp(near, static_cast<int>(random.integer(-2, 2))) : near;
+    };
+    const bool pairs = reference.arguments == 2;
+    int n = 0;
+    for (int i = 0; i < kChunk; ++i) {
+      const bool move_b = pairs && i % 2 != 0, move_a = !move_b || i % 4 == 1;
+      const int64_t steps = (i - kNext / 2) / (pairs ? 2 : 1);
+      a[n] = !move_a ? x : i < kNext ? neighbour(x, move_b ? -steps : steps) : blur(x);
+      b[n] = !move_b ? y : i < kNext ? neighbour(y, steps) : blur(y);
+      n += std::isfinite(a[n]) && std::isfinite(b[n]) && static_cast<double>(a[n]) >= low &&
+           static_cast<double>(a[n]) <= high;
+    }
+    return n;
+  }
+
+  // The kernels of the slots wanted on n arguments, of which the first has the number given.
+  void chunk(int n, const Real* a, const Real* b, uint64_t first, const bool (&wanted)[3],
+             Measurement (&results)[3]) const {
+    thread_local std::vector<Real> r(kChunk);
+    thread_local std::vector<Wide> y(kChunk);
+    thread_local std::vector<Sieved> sieved(kChunk);
+    const auto wide = sieve_of(reference, Real{});
+    if (wide)
+      for (int i = 0; i < n; ++i) y[i] = wide(a[i], b[i]);
+    for (int slot = 0; slot < 3; ++slot) {
+      if (!wanted[slot]) continue;
+      Measurement& m = results[slot];
+      call(slot, n, a, b, r.data());
+      m.count += static_cast<uint64_t>(n);
+      // The largest of the chunk is known before any of them goes to MPFR: where errors grow along the line, as next to
+      // 0, each is the largest so far.
+      double largest = m.ulp.error;
+      for (int i = 0; i < n; ++i) {
+        sieved[i] = wide ? sieve(r[i], y[i], reference.slack, reach) : Sieved{0, 0, false};
+        if (sieved[i].certain) largest = std::max(largest, sieved[i].ulp);
+      }
+      for (int i = 0; i < n; ++i) lane(a[i], b[i], r[i], sieved[i], wide != nullptr, largest, first + i, m);
+    }
+  }
+
   // A scalar second argument holds for a run of equal ones.
   void call(int slot, int n, const Real* a, const Real* b, Real* r) const {
     if (row.shape != Shape::kAXR) return call_unit<Real>(row, slot, n, {a, b, r, nullptr});
@@ -155,16 +224,12 @@ struct Job {
     }
   }
 
-  void lane(Real a, Real b, Real r, const Wide* y, uint64_t number, Measurement& m) const {
-    // How far a sieve's word may be off, in ULP of Real.
-    const double reach = std::ldexp(reference.slack, Format<Real>::kPrecision - std::numeric_limits<Wide>::digits);
-    Sieved s{0, 0, false};
-    if (y) s = sieve(r, *y, reference.slack, reach);
-    const bool checked = y && (number * 0x9E3779B97F4A7C15u) >> 52 == 0;  // one in 4096, to prove the slack
+  // `largest` is at most `reach` below an error that is among those measured, or about to be.
+  void lane(Real a, Real b, Real r, Sieved s, bool has_sieve, double largest, uint64_t number, Measurement& m) const {
+    const bool checked = has_sieve && (number * 0x9E3779B97F4A7C15u) >> 52 == 0;  // one in 4096, to prove the slack
     // Exact when it may be the largest, or when the sieve can't tell whether it is correctly rounded.
     const bool near_half = std::fabs(s.ulp - 0.5) <= reach;
-    if (!s.certain || checked || near_half || s.ulp > m.ulp.error + reach ||
-        (s.ulp > m.ulp.error - reach && s.ulp > reach)) {
+    if (!s.certain || checked || near_half || (s.ulp >= largest - 2 * reach && s.ulp > reach)) {
       const ExactError e = exact_error(reference, a, b, r);
       if (s.certain && std::fabs(e.ulp - s.ulp) > std::max(2 * reach, s.ulp * 1e-6)) ++m.sieve_misses;
       s = {e.ulp, e.relative, true};
@@ -221,6 +286,16 @@ void measure_typed(const KernelRow& row, const Reference& reference, const bool 
     results[slot] = {};
     if (!slots[slot]) continue;
     for (const Results& part : parts) merge(results[slot], part.slot[row.first_slot(slot)]);
+  }
+  // A sweep has been everywhere, or asks for --exhaustive.
+  if (options.refine > 0 && (sizeof(Real) == 8 || reference.arguments == 2)) {
+    for (int slot = 0; slot < 3; ++slot)
+      if (slots[slot]) results[row.first_slot(slot)] = results[slot];
+    const uint32_t mode = qlx_qvm_kernel_SetMode(QVM_ERRMODE_IGNORE);
+    job.refine(options.refine, options.sample.seed, options.sample.low, options.sample.high, results);
+    qlx_qvm_kernel_SetMode(mode);
+    for (int slot = 0; slot < 3; ++slot)
+      if (slots[slot]) results[slot] = results[row.first_slot(slot)];
   }
 }
 

@@ -47,6 +47,7 @@ struct Measurement {
 struct MeterOptions {
   SampleOptions sample;
   int threads = 2;
+  int refine = 0;  // rounds of search around the worst double or pair, at most
 };
 
 // Measures the slots of `row` that are set in `slots`, over the same arguments, each kernel once: results[slot] of a

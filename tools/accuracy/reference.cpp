@@ -107,7 +107,7 @@ const std::vector<Reference>& references() {
       one("Exp10", mpfr_one<mpfr_exp10>,
           [](auto a) {
             if constexpr (sizeof(a) == sizeof(double)) {
-              return static_cast<double>(::exp10l(a));
+              return ::exp10(a);
             } else {
               return ::exp10l(a);
             }

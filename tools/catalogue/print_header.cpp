@@ -30,11 +30,10 @@ int main() {
       "#ifndef QLX_QVM_FUNCTIONS_H\n#define QLX_QVM_FUNCTIONS_H\n\n"
       "#include \"qlx/qvm.h\"\n\nQLX_BEGIN_C\n");
 #define QLX_FUNCTION(Name, equation) std::printf("\n/* %s: %s. */\n", #Name, equation);
-#define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)                   \
-  print_record(#t #Name, *#t, TEXT(QLX_P_##Shape(QLX_TYPE_##t)),      \
-               TEXT(QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P_##Shape)); \
-  QLX_IF_STRIDED_##Shape(                                             \
-      print_record(#t #Name "I", *#t, TEXT(QLX_PI_##Shape(QLX_TYPE_##t)), TEXT(QLX_PI_##Shape(QLX_TYPE_##t))));
+#define QLX_FN(t, Name, Shape, Sharing, la, ha, ep)                                                                    \
+  print_record(#t #Name, *#t, TEXT(QLX_P_##Shape(QLX_TYPE_##t)), TEXT(QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P(Shape))); \
+  QLX_IF_STRIDED(Shape)                                                                                                \
+  (print_record(#t #Name "I", *#t, TEXT(QLX_PI_##Shape(QLX_TYPE_##t)), TEXT(QLX_PI_##Shape(QLX_TYPE_##t))));
 #include "frame/catalogue.def"
   std::printf("\nQLX_END_C\n\n#endif\n");
 }

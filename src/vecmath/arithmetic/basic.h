@@ -65,6 +65,7 @@ struct Div {
   using Pack = P;
   using Real = typename P::Real;
   static constexpr int kBlock = sizeof(Real) == 4 ? 8 : 16;
+  static constexpr int kPass = 4 * P::kLanes;
   Pack formula(Pack a, Pack b) const { return a / b; }
   typename P::Mask needs_care(Pack, Pack b) const { return b == simd::all<Pack>(0); }
   static Status callout(const Real* a, const Real* b, Real* r) {

@@ -24,6 +24,7 @@ struct NumberWins {
   using Pack = P;
   using Real = typename P::Real;
   static constexpr int kBlock = 16;
+  static constexpr bool kNeverReports = true;
   typename P::Mask needs_care(Pack a, Pack b) const { return simd::unordered(a, b); }
   static Status callout(const Real* a, const Real* b, Real* r) { return number_of(a, b, r); }
 };
@@ -54,22 +55,13 @@ struct MinMag : NumberWins<P> {
   }
 };
 
-// a - b where a is above b, else +0.
+// a - b where a is above b, else +0. A NaN in either is not at most the other and stays in the difference, quieted; two
+// infinities differ where the first is above.
 template <class P>
 struct Fdim {
   using Pack = P;
-  using Real = typename P::Real;
-  static constexpr int kBlock = sizeof(Real) == 4 ? 16 : 8;
-  Pack formula(Pack a, Pack b) const { return simd::keep(a > b, a - b); }
-  typename P::Mask needs_care(Pack a, Pack b) const { return simd::not_finite(a) | simd::not_finite(b); }
-  static Status callout(const Real* a, const Real* b, Real* r) {
-    if (*a != *a || *b != *b) {
-      *r = simd::times_one(*a != *a ? *a : *b);
-    } else {
-      *r = *a > *b ? *a - *b : Real{0};
-    }
-    return kOk;
-  }
+  static constexpr int kBlock = 16;
+  Pack formula(Pack a, Pack b) const { return simd::keep(simd::not_less_equal(a, b), a - b); }
 };
 
 // The neighbour of a on the way to b.
@@ -82,6 +74,7 @@ struct NextAfter {
   using Real = typename P::Real;
   using F = simd::Ieee<Real>;
   static constexpr int kBlock = P::kLanes;
+  static constexpr int kPass = 2 * P::kLanes;
 
   shell::Marked<Pack> formula(Pack a, Pack b) const {
     // Away from zero: b beyond a on the same side. |b| > |a| and equal signs is b with a's sign taken off, above |a|.

@@ -124,6 +124,7 @@ struct Fmod {
   using F = simd::Ieee<Real>;
   using C = RemainderConstants<Real>;
   static constexpr int kBlock = P::kLanes;
+  static constexpr int kPass = 2 * P::kLanes;
 
   shell::Marked<Pack> formula(Pack a, Pack b) const {
     const Pack ma = simd::abs(a), mb = simd::abs(b);

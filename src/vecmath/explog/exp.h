@@ -82,12 +82,13 @@ struct ExpF32HA : ExpF32 {
     constexpr float kShifter = simd::shifter_f32(0, 127 * 4);  // 0x4B4001FC: the exponent's bias is in it
     const Pack y = x * all<Pack>(0x1.715476p+2f) + all<Pack>(kShifter);
     const Pack n = y - all<Pack>(kShifter);
-    // ln 2 / 4: 12 bits, and n has 9.
-    const Pack r = (x - n * all<Pack>(0x1.62ep-3f)) - n * all<Pack>(0x1.0bfbe8p-17f);
+    // ln 2 / 4: 12 bits, and n has 9. The first part of r is exact, so it enters the sum before r is rounded.
+    const Pack first = x - n * all<Pack>(0x1.62ep-3f), second = n * all<Pack>(0x1.0bfbe8p-17f);
+    const Pack r = first - second;
     const Pack upper = all<Pack>(0.49999997f) + r * (all<Pack>(0.16672924f) + r * all<Pack>(0.041682310f));
-    const Pack q = r + (r * r) * upper;
+    const Pack rest = (r * r) * upper - second;
     const Pack high = simd::choose(kExp2QuarterHi, y), low = simd::choose(kExp2QuarterLo, y);
-    return (high + (low + high * q)) * simd::power_of_two_above<2>(y);
+    return (high + (high * first + (low + high * rest))) * simd::power_of_two_above<2>(y);
   }
   // In double, and 1 + x where the exponent field is below 75 (2^-52).
   static Status callout(const float* a, float* r) { return exp_callout(kExpRangeF32, 75, exp_sum, *a, r); }

@@ -48,16 +48,32 @@ inline Status expm1_callout(Real overflow_above, Real x, Real* r) {
   return kOk;
 }
 
+// Under QVM_ERRMODE_NOERR: the infinity above the range, and -1 below.
+template <class Pack>
+inline typename Pack::Mask take_expm1_short_road(typename Pack::Real overflow_above, Pack x, Pack& r,
+                                                 typename Pack::Mask m) {
+  const auto above = x > all<Pack>(overflow_above), below = x < all<Pack>(0);
+  r = simd::select(above & m, all<Pack>(callout::kInfinity<typename Pack::Real>), r);
+  r = simd::select(below & m, all<Pack>(-1), r);
+  return simd::without(m, above | below);
+}
+
 struct Expm1F32 {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
   Pack::Mask needs_care(Pack x) const { return beyond(x, 0x1.5a92d6p+6f); }  // 86.643394
+  Pack::Mask short_road(Pack x, Pack& r, Pack::Mask m) const {
+    return take_expm1_short_road(kExpRangeF32.overflow_above, x, r, m);
+  }
   static Status callout(const float* a, float* r) { return expm1_callout(kExpRangeF32.overflow_above, *a, r); }
 };
 struct Expm1F64 {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
   Pack::Mask needs_care(Pack x) const { return beyond(x, 0x1.61da04cbafe43p+9); }  // 707.7032714
+  Pack::Mask short_road(Pack x, Pack& r, Pack::Mask m) const {
+    return take_expm1_short_road(kExpRangeF64.overflow_above, x, r, m);
+  }
   static Status callout(const double* a, double* r) { return expm1_callout(kExpRangeF64.overflow_above, *a, r); }
 };
 

@@ -77,11 +77,11 @@ void unpack_v(int64_t n, const T* a, T* y, const int32_t* ix, int32_t selector) 
 }  // namespace qlx::pack
 
 // QLX_MOVE(Shape, t, Name, function): the kernel of type t, one for all accuracies.
-#define QLX_MOVE(Shape, t, Name, function)                             \
-  namespace qlx::kernels {                                             \
-  void t##Name##_ALL(QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P_##Shape) { \
-    pack::function(QLX_A_##Shape, selector);                           \
-  }                                                                    \
+#define QLX_MOVE(Shape, t, Name, function)                            \
+  namespace qlx::kernels {                                            \
+  void t##Name##_ALL(QLX_P_##Shape(QLX_TYPE_##t) QLX_MORE_P(Shape)) { \
+    pack::function(QLX_A_##Shape, selector);                          \
+  }                                                                   \
   }
 
 #define QLX_MOVES(t)                      \

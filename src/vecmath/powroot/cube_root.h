@@ -5,9 +5,10 @@
 //
 //   |x|^p = 2^(3 p q) (2^k m)^p.
 //
-// sCbrt, sInvCbrt and sPow2o3 in EP and LA take m^p from one polynomial on [1, 2), and 2^(k p) from a register. All
-// others take (2^k c)^p from a table of 3 * 64 rows, where c = 1 + j/64 is m cut to 6 bits, and the rest from the
-// binomial series
+// sCbrt, sInvCbrt and sPow2o3 in EP and LA take m^p from one polynomial on [1, 2), and 2^(k p) from a register; LA adds
+// the polynomial's share last, and sCbrt LA has 2^(k p) in two words: with a polynomial good to 2^-25.1 that is enough
+// for each of the 128 mantissas that cubes have in a float to come out exact. All others take (2^k c)^p from a table of
+// 3 * 64 rows, where c = 1 + j/64 is m cut to 6 bits, and the rest from the binomial series
 //
 //   (m/c)^p = (1 + r)^p = 1 + p r + p (p - 1)/2 r^2 + ...,   r = (m - c) / c, 0 <= r < 2^-6.
 //
@@ -25,7 +26,7 @@
 
 #include "frame/shell.h"
 #include "vecmath/callout.h"
-#include "vecmath/powroot/polynomial.h"
+#include "vecmath/simd/polynomial.h"
 
 namespace qlx::powroot {
 
@@ -57,7 +58,9 @@ struct CbrtPower {
   static constexpr float kSeriesF32[] = {0.33333334f, -0.11111111f, 0.061728396f, -0.041152265f};
   static constexpr double kSeriesF64[] = {1.0 / 3,       -1.0 / 9,      5.0 / 81,       -10.0 / 243,      22.0 / 729,
                                           -154.0 / 6561, 374.0 / 19683, -935.0 / 59049, 21505.0 / 1594323};
-  static constexpr float kPowersOf2[4] = {0x1.965feap-1f, 1, 0x1.428a3p0f, 0};  // 2^((k - 1) / 3), k = 0, 1, 2
+  // 2^((k - 1) / 3), k = 0, 1, 2, and what the floats leave of it.
+  static constexpr float kPowersOf2[4] = {0x1.965feap-1f, 1, 0x1.428a3p0f, 0};
+  static constexpr float kPowersOf2Low[4] = {0x1.4f5b9p-27f, 0, -0x1.9ca35ep-26f, 0};
   // Given; relative error 2^-13.6 on [1, 2].
   static constexpr float kPolynomialEP[] = {0.55229235f, 0.58806902f, -0.16351283f, 0.023202084f};
   // Given to a few digits, refitted: 2^-25.1.
@@ -73,9 +76,10 @@ struct InvCbrtPower {
   static constexpr double kSeriesF64[] = {-1.0 / 3,        2.0 / 9,        -14.0 / 81,
                                           35.0 / 243,      -91.0 / 729,    728.0 / 6561,
                                           -1976.0 / 19683, 5434.0 / 59049, -135850.0 / 1594323};
-  static constexpr float kPowersOf2[4] = {0x1.428a3p0f, 1, 0x1.965feap-1f, 0};  // 2^((1 - k) / 3)
-  static constexpr auto& kPolynomialEP = kInvCbrtF32EP;                         // 2^-11.95
-  static constexpr auto& kPolynomialLA = kInvCbrtF32LA;                         // 2^-25.3
+  // 2^((1 - k) / 3)
+  static constexpr float kPowersOf2[4] = {0x1.428a3p0f, 1, 0x1.965feap-1f, 0};
+  static constexpr auto& kPolynomialEP = kInvCbrtF32EP;  // 2^-11.95
+  static constexpr auto& kPolynomialLA = kInvCbrtF32LA;  // 2^-25.3
 };
 
 struct Pow2o3Power {
@@ -86,7 +90,8 @@ struct Pow2o3Power {
   static constexpr float kSeriesF32[] = {0.66666669f, -0.11111695f, 0.049392115f};
   static constexpr double kSeriesF64[] = {2.0 / 3,      -1.0 / 9,      4.0 / 81,       -7.0 / 243,       14.0 / 729,
                                           -91.0 / 6561, 208.0 / 19683, -494.0 / 59049, 10868.0 / 1594323};
-  static constexpr float kPowersOf2[4] = {0x1.428a3p-1f, 1, 0x1.965feap0f, 0};  // 4^((k - 1) / 3)
+  // 4^((k - 1) / 3)
+  static constexpr float kPowersOf2[4] = {0x1.428a3p-1f, 1, 0x1.965feap0f, 0};
   // Given; 2^-14.2.
   static constexpr float kPolynomialEP[] = {0.21638376f, 0.92372727f, -0.16102907f, 0.020969581f};
   // Given to a few digits, refitted: 2^-28.9.
@@ -115,8 +120,8 @@ inline Pack signed_as(Pack x, Pack magnitude) {
 
 // The exponent is handled as a number, in whole registers: e = 2^23 (E + 127) is an exact float, q is e / 3 rounded
 // down, and the last bits of 2^23 + k choose the row.
-template <class Power, class M>
-inline PackF32 by_polynomial(PackF32 x, const M& of_mantissa) {
+template <class Power, class Value>
+inline PackF32 by_polynomial(PackF32 x, const Value& value) {  // value(m, k) = (2^k m)^p
   using Pack = PackF32;
   const Pack mantissa = (x & all_bits<Pack>(0x007FFFFF)) | all<Pack>(1);
   const Pack e = simd::real_of_bits(x & all_bits<Pack>(0x7F800000)) * all<Pack>(0x1p-23f);
@@ -126,19 +131,26 @@ inline PackF32 by_polynomial(PackF32 x, const M& of_mantissa) {
   // 2^(3 p (q - 42)), by its bits.
   constexpr float kStep = 0x1p23f * Power::kThirds;
   const Pack power = simd::bits_of_real(q * all<Pack>(kStep) + all<Pack>(0x1p23f * 127 - 42 * kStep));
-  return signed_as<Power>(x, (of_mantissa(mantissa) * simd::choose(Power::kPowersOf2, k)) * power);
+  return signed_as<Power>(x, value(mantissa, k) * power);
 }
 
 template <class Power>
 inline PackF32 power_ep(PackF32 x) {
-  return by_polynomial<Power>(x, [](PackF32 m) { return polynomial<4>(m, Power::kPolynomialEP); });
+  return by_polynomial<Power>(x, [](PackF32 m, PackF32 k) {
+    return simd::polynomial(m, Power::kPolynomialEP) * simd::choose(Power::kPowersOf2, k);
+  });
 }
 template <class Power>
 inline PackF32 power_la(PackF32 x) {
-  return by_polynomial<Power>(x, [](PackF32 m) {
-    constexpr int kCount = sizeof(Power::kPolynomialLA) / sizeof(float);
+  return by_polynomial<Power>(x, [](PackF32 m, PackF32 k) {
     const PackF32 r = m - all<PackF32>(1);
-    return all<PackF32>(1) + r * polynomial<kCount>(r, Power::kPolynomialLA);
+    const PackF32 s = r * simd::polynomial(r, Power::kPolynomialLA);
+    const PackF32 row = simd::choose(Power::kPowersOf2, k);
+    if constexpr (requires { Power::kPowersOf2Low; }) {
+      return row + (row * s + simd::choose(Power::kPowersOf2Low, k));
+    } else {
+      return row + row * s;
+    }
   });
 }
 
@@ -155,8 +167,7 @@ inline PackF32 power_ha(PackF32 x) {
   // Exponent and 6 bits of the mantissa are 64 (3 q + k) + j.
   const auto row = simd::look_up(Power::kTableF32, (word >> 17) - simd::times(q, 192));
   const Pack r = (m - c) * row.third;
-  constexpr int kCount = sizeof(Power::kSeriesF32) / sizeof(float);
-  const Pack s = r * polynomial<kCount>(r, Power::kSeriesF32);
+  const Pack s = r * simd::polynomial(r, Power::kSeriesF32);
   const simd::IntegersF32 exponent = simd::times(q, Power::kThirds) + simd::integers_f32(127 - 42 * Power::kThirds);
   return signed_as<Power>(x, (row.first + (row.first * s + row.second)) * simd::from_bits(exponent << 23));
 }
@@ -172,7 +183,7 @@ inline PackF64 power_f64(PackF64 x) {
   const simd::IntegersF64 q = simd::third(word >> 20);
   const auto row = simd::look_up(Power::kTableF64, (word >> 14) - simd::times(q, 192));
   const Pack r = (m - c) * row.third;
-  const Pack s = r * polynomial<kDegree>(r, Power::kSeriesF64);
+  const Pack s = r * simd::polynomial<kDegree>(r, Power::kSeriesF64);
   const Pack correction = kDegree > 4 ? row.first * s + row.second : row.first * s;
   const simd::IntegersF64 exponent = simd::times(q, Power::kThirds) + simd::integers_f64(1023 - 341 * Power::kThirds);
   return signed_as<Power>(x, (row.first + correction) * simd::from_high_words(exponent << 20));

@@ -6,8 +6,9 @@
 // isn't, is too small to matter. A NaN, an infinity, an overflow and two small arguments all show in s.
 //
 //   EP   s rounded, and the estimate, for double with its quadratic: relative error 2^-11.4, 2^-33
-//   LA   s rounded twice (1 ULP of the root), and the root to a rounding or two; exact for nearly all exact roots,
-//        since the errors before the last rounding are mostly below half a unit; for double, for all
+//   LA   s rounded twice (1 ULP of the root), and the root to a rounding or two; where s and its root are exact, so is
+//        the result, since the errors before the last rounding are below half a unit; in double up to s = 2^29, whose
+//        product with the estimate's 24 bits is exact, and beyond that for all but one in some 100000
 //   HA   s in two words. Each argument splits into a head of half the bits, whose square is exact, and a tail:
 //        a^2 = head^2 + (a + head) tail. The sum of the two heads' squares keeps its remainder (Knuth's sum), and the
 //        root is taken of both words, so that the result is rounded once.
@@ -98,9 +99,10 @@ struct HypotF32LA {
     const Pack g = simd::rsqrt_estimate(s);
     const Pack y = s * g;
     const Pack e = all<Pack>(1) - y * g;
-    // The correction with 0.5, and the next term, without which most exact roots come out some units off.
-    const Pack correction = e * (all<Pack>(0.5f) + e * all<Pack>(0.375f));
-    return {y + y * correction, outside(s, kLeastSumF32, callout::kLargest<float>)};
+    // The correction with 0.5 is that of s - y^2, in which y's rounding doesn't count, only that of y^2: half of a unit
+    // of s, a quarter of the root's. So an exact root comes out exact, once e's next term is in the factor as well.
+    const Pack factor = g * (all<Pack>(0.5f) + e * all<Pack>(0.375f));
+    return {y + (s - y * y) * factor, outside(s, kLeastSumF32, callout::kLargest<float>)};
   }
   static Status callout(const float* a, const float* b, float* r) { return HypotF32HA::callout(a, b, r); }
 };

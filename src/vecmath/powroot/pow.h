@@ -23,10 +23,12 @@
 // exponential function (TOMS 15, 1989); Fast2Sum and the splitting of products: T. J. Dekker (Numer. Math. 18, 1971).
 #pragma once
 
+#include <iterator>
+
 #include "frame/shell.h"
 #include "vecmath/callout.h"
 #include "vecmath/explog/log_core.h"
-#include "vecmath/powroot/polynomial.h"
+#include "vecmath/simd/polynomial.h"
 
 namespace qlx::powroot {
 
@@ -84,6 +86,16 @@ struct Log2Words {
   PackF64 high, low;  // |low| <= 2^-53 |high|, but for t, where it is 2^-24
 };
 
+// The head of c2, and the series without it: the difference is exact.
+constexpr double kPowSquareHead = -0x1.62cp-2;
+constexpr struct PowLogSeriesBehindHead {
+  double c[std::size(kPowLogSeries)];
+  constexpr PowLogSeriesBehindHead() : c{} {
+    for (size_t k = 0; k < std::size(c); ++k) c[k] = kPowLogSeries[k];
+    c[1] -= kPowSquareHead;
+  }
+} kPowLogSeriesBehindHead;
+
 // log2 x + offset. kDegree is the last power of R: at 6 the series leaves 2^-68 of R, at 7 2^-78.
 template <int kDegree>
 inline Log2Words log2_words(PackF64 x, PackF64 offset) {
@@ -103,16 +115,31 @@ inline Log2Words log2_words(PackF64 x, PackF64 offset) {
   const Pack r_high = head * scale - all<Pack>(0x1.715474p0);  // exact: the product, and by Sterbenz the difference
   const Pack r_low = (m - head) * scale;                       // exact, at most 2^-28
   const Pack r = r_high + r_low;
-  const Pack series = polynomial<kDegree>(r, kPowLogSeries);  // all terms over R
   // e and the table's high word are multiples of 2^-40 below 2^11: their sum is exact, and larger than R, or 0.
   const Pack sum = e + log_high;
   const Pack first = sum + r_high;
   // Either first is 0, or r_low is the smaller, or sum holds more than both.
   const Pack high = first + r_low;
   const Pack rest = ((sum - first) + r_high) + ((first - high) + r_low);
-  const Pack low = rest + (log_low + r * series);  // up to 2^-11 of high, until it is made its rounding error
-  const Pack both = high + low;
-  return {both, (high - both) + low};
+  // low: up to 2^-11 of high, until it is made its rounding error
+  if constexpr (kDegree <= 6) {
+    const Pack low = rest + (log_low + r * simd::polynomial<kDegree>(r, kPowLogSeries));
+    const Pack both = high + low;
+    return {both, (high - both) + low};
+  } else {
+    // Half of the bits of R, squared, times the 11 bits of c2's head: exact, and so is its sum with high in two words
+    // (Dekker: high is larger, or 0 like R). In one word with the rest, its roundings would be 2^-64 of the logarithm
+    // where x is near 1 - 2^-11 or 1 + 2^-11, and half a unit of the power.
+    const Pack r_head = r & all_bits<Pack>(0xFFFFFFFF00000000);
+    const Pack square = (r_head * r_head) * all<Pack>(kPowSquareHead);
+    const Pack square_rest = (((r_high - r_head) + r_low) * (r + r_head)) * all<Pack>(kPowSquareHead);
+    const Pack high_square = high + square;
+    const Pack rest_square = (high - high_square) + square;
+    const Pack small = log_low + (square_rest + r * simd::polynomial<kDegree>(r, kPowLogSeriesBehindHead.c));
+    const Pack low = (rest + rest_square) + small;
+    const Pack both = high_square + low;
+    return {both, (high_square - both) + low};
+  }
 }
 
 // t = y log2 x in two words: 26 bits of y times 26 of the logarithm are exact.
@@ -134,7 +161,7 @@ inline Exp2Words exp2_words(const Log2Words& t) {
   const Pack shifter = all<Pack>(0x1.8p45);
   const Pack shifted = t.high + shifter;
   const Pack r = (t.high - (shifted - shifter)) + t.low;  // |r| <= 2^-8
-  const Pack series = polynomial<kDegree>(r, kPowExpSeries);
+  const Pack series = simd::polynomial<kDegree>(r, kPowExpSeries);
   const auto [value, rest] = simd::look_up(kExp2Rows128, simd::low_words(shifted) & simd::integers_f64(0x7F));
   return {value, rest + value * (r * series), shifted};
 }
@@ -196,7 +223,8 @@ template <bool kRealBase>
 struct PowF32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 8;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  static constexpr int kPass = 16;
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const PackF64 t_low = simd::widen_low(y) * ln_f64(simd::widen_low(x));
     const PackF64 t_high = simd::widen_high(y) * ln_f64(simd::widen_high(x));
     const Pack result = simd::narrow(exp_f64(t_low), exp_f64(t_high));
@@ -210,7 +238,7 @@ template <bool kRealBase>
 struct PowF32EP {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     // x = 2^n m, m in [2/3, 4/3): what lies above the bits of 2/3 counts n.
     const simd::IntegersF32 two_thirds = simd::integers_f32(0x3F2AAAAB);
     const simd::IntegersF32 above = simd::bits_of(x) - two_thirds;
@@ -220,7 +248,7 @@ struct PowF32EP {
     // ln m, given, 2^-21; two parts of ln 2, of which the first has 15 bits.
     static constexpr float kLog[] = {-0.5f,        0.33336565f, -0.25004664f, 0.19822504f,
                                      -0.16462457f, 0.16964881f, -0.15177205f};
-    const Pack q = polynomial<7>(r, kLog);
+    const Pack q = simd::polynomial(r, kLog);
     const Pack log = n * all<Pack>(0x1.62e4p-1f) + (n * all<Pack>(0x1.7f7d1cp-20f) + (r + (r * r) * q));
     const Pack t = y * log;
     // e^t, given: k ln 2 in one part, a cubic whose error is 1e-4 at most.
@@ -234,12 +262,13 @@ struct PowF32EP {
   static Status callout(const float* a, const float* b, float* r) { return pow_callout<kRealBase>(a, b, r); }
 };
 
-// LA and HA: the series end later in HA.
+// LA and HA: the series end later in HA, and the square's rounding errors are kept.
 template <bool kRealBase, int kLogDegree, int kExpDegree>
 struct PowF64Words {
   using Pack = PackF64;
   static constexpr int kBlock = 4;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  static constexpr int kPass = 8;
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const Log2Words t = times_exponent(y, log2_words<kLogDegree>(x, all<Pack>(0)));
     const Exp2Words e = exp2_words<kExpDegree>(t);
     const Pack power = simd::add_to_exponent<7>(e.value + e.rest, e.shifted, ~uint64_t{0x7F});
@@ -257,7 +286,7 @@ template <bool kRealBase>
 struct PowF64EP {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
-  shell::Marked<Pack> formula(Pack x, Pack y) const {
+  [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
     const Pack t = y * ln_f64(x);
     return {exp_f64(t), base_needs_care(x) | beyond(t, std::bit_cast<double>(0x4086232B00000000ull))};
   }

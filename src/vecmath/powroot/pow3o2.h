@@ -45,13 +45,32 @@ inline Status pow3o2_callout(const Real* a, Real* r) {
   return *r > callout::kLargest<Real> ? kOverflow : kOk;
 }
 
+// Under QVM_ERRMODE_NOERR: +0 below the first bound, whose power is less than half of the least denormal, for both
+// zeros too, and the infinity above the second. Negative arguments and NaNs stay marked.
+template <class Pack>
+inline typename Pack::Mask take_pow3o2_short_road(typename Pack::Real zero_below, typename Pack::Real overflow_above,
+                                                  Pack x, Pack& r, typename Pack::Mask m) {
+  const auto above = x > all<Pack>(overflow_above), below = (x < all<Pack>(zero_below)) & (x >= all<Pack>(0));
+  r = simd::select(above, all<Pack>(callout::kInfinity<typename Pack::Real>), r);
+  r = simd::select(below, all<Pack>(0), r);
+  return simd::without(m, above | below);
+}
+
 // ---- Float ---------------------------------------------------------------------------------------------------------
 
 inline PackF32::Mask pow3o2_needs_care(PackF32 x) {
   return outside(x, std::bit_cast<float>(0x16000000u), std::bit_cast<float>(0x69800000u));  // 2^-83 ... 2^84
 }
 
-struct Pow3o2F32HA {
+struct Pow3o2F32 {
+  using Pack = PackF32;
+  Pack::Mask short_road(Pack x, Pack& r, Pack::Mask m) const {
+    // 2^-101, and 1780565272 as bits.
+    return take_pow3o2_short_road(std::bit_cast<float>(0x0D000000u), std::bit_cast<float>(0x6A214518u), x, r, m);
+  }
+};
+
+struct Pow3o2F32HA : Pow3o2F32 {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
   Pack formula(Pack x) const {
@@ -69,15 +88,15 @@ struct Pow3o2F32HA {
   static Status callout(const float* a, float* r) { return pow3o2_callout<Pow3o2F32HA>(a, r); }
 };
 
-struct Pow3o2F32LA {
+struct Pow3o2F32LA : Pow3o2F32 {
   using Pack = PackF32;
   static constexpr int kBlock = 32;
-  Pack formula(Pack x) const { return x * SqrtF32LA().formula(x); }
+  Pack formula(Pack x) const { return x * SqrtF32LA().formula(x).result; }
   Pack::Mask needs_care(Pack x) const { return pow3o2_needs_care(x); }
   static Status callout(const float* a, float* r) { return pow3o2_callout<Pow3o2F32HA>(a, r); }
 };
 
-struct Pow3o2F32EP {
+struct Pow3o2F32EP : Pow3o2F32 {
   using Pack = PackF32;
   static constexpr int kBlock = 32;
   Pack formula(Pack x) const { return x * (x * simd::rsqrt_estimate(x)); }
@@ -89,6 +108,14 @@ struct Pow3o2F32EP {
 
 // Where the power and its parts are normal.
 constexpr double kLeastCubed = 0x1p-600, kLargestCubed = 0x1p680;
+
+template <class Root>
+struct Pow3o2F64 : RootKernelF64<Root> {
+  // From 2^683 on the power is infinite; just below, only the callout knows.
+  PackF64::Mask short_road(PackF64 x, PackF64& r, PackF64::Mask m) const {
+    return take_pow3o2_short_road(0x1p-717, 0x1p683, x, r, m);
+  }
+};
 
 struct Pow3o2F64HARoot {
   static constexpr int kBlock = 8;
@@ -104,9 +131,9 @@ struct Pow3o2F64HARoot {
     const PackF64 x_head = x & all_bits<PackF64>(0xFFFFFFFFE0000000);
     return {x_head * head + ((x - x_head) * head + x * rest), p};
   }
-  static Status callout(const double* a, double* r) { return pow3o2_callout<RootKernelF64<Pow3o2F64HARoot>>(a, r); }
+  static Status callout(const double* a, double* r) { return pow3o2_callout<Pow3o2F64<Pow3o2F64HARoot>>(a, r); }
 };
-using Pow3o2F64HA = RootKernelF64<Pow3o2F64HARoot>;
+using Pow3o2F64HA = Pow3o2F64<Pow3o2F64HARoot>;
 
 struct Pow3o2F64LARoot {
   static constexpr int kBlock = 8;
@@ -118,7 +145,7 @@ struct Pow3o2F64LARoot {
   }
   static Status callout(const double* a, double* r) { return Pow3o2F64HA::callout(a, r); }
 };
-using Pow3o2F64LA = RootKernelF64<Pow3o2F64LARoot>;
+using Pow3o2F64LA = Pow3o2F64<Pow3o2F64LARoot>;
 
 struct Pow3o2F64EPRoot {
   static constexpr int kBlock = 16;
@@ -130,6 +157,6 @@ struct Pow3o2F64EPRoot {
   }
   static Status callout(const double* a, double* r) { return Pow3o2F64HA::callout(a, r); }
 };
-using Pow3o2F64EP = RootKernelF64<Pow3o2F64EPRoot>;
+using Pow3o2F64EP = Pow3o2F64<Pow3o2F64EPRoot>;
 
 }  // namespace qlx::powroot

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cmath>  // std::sqrt of one number: one instruction
+#include <limits>
 
 #include "frame/shell.h"
 #include "vecmath/callout.h"
@@ -97,44 +98,43 @@ inline Status inv_sqrt_callout(const typename Formula::Pack::Real* a, typename F
 
 // ---- Square root ---------------------------------------------------------------------------------------------------
 
-// Positive normal numbers, but for the last few below the largest: integer compares of the bits less 0x80800000 with
-// 0xFEFFF000, and of the high word less 0x80100000 with 0xFFBFFFFF, tell these intervals.
-inline PackF32::Mask sqrt_needs_care(PackF32 x) {
-  return outside(x, std::bit_cast<float>(0x00800000u), std::bit_cast<float>(0x7F7FF000u));
-}
-inline PackF64::Mask sqrt_needs_care(PackF64 x) {
-  return outside(x, 0x1p-1022, kLargestRooted);
+// The estimates serve positive normal numbers. All others show in x g alone: it is a NaN for zeros (g infinite),
+// negatives (g a NaN), infinity (g zero) and NaNs, and infinite for denormals, which the estimate takes for zeros.
+inline PackF32::Mask root_needs_care(PackF32 estimate) {
+  return simd::not_less_equal(estimate, all<PackF32>(std::numeric_limits<float>::max()));
 }
 
 // The estimate's accuracy, 2^-11.4, is all that is promised.
 struct SqrtF32EP {
   using Pack = PackF32;
   static constexpr int kBlock = 32;
-  Pack formula(Pack x) const { return x * simd::rsqrt_estimate(x); }
-  Pack::Mask needs_care(Pack x) const { return sqrt_needs_care(x); }
+  shell::Marked<Pack> formula(Pack x) const {
+    const Pack y = x * simd::rsqrt_estimate(x);
+    return {y, root_needs_care(y)};
+  }
   static Status callout(const float* a, float* r) { return sqrt_callout(a, r); }
 };
 
 struct SqrtF32LA {
   using Pack = PackF32;
   static constexpr int kBlock = 32;
-  Pack formula(Pack x) const {
+  shell::Marked<Pack> formula(Pack x) const {
     const Pack g = simd::rsqrt_estimate(x);
     const Pack y = x * g;
     const Pack e = all<Pack>(0x1.000002p0f) - y * g;  // 1 + 2^-23: half of it centres the error
-    return y + (y * all<Pack>(0.5f)) * e;
+    return {y + (y * all<Pack>(0.5f)) * e, root_needs_care(y)};
   }
-  Pack::Mask needs_care(Pack x) const { return sqrt_needs_care(x); }
   static Status callout(const float* a, float* r) { return sqrt_callout(a, r); }
 };
 
-// Correctly rounded: sSqrt HA, dSqrt LA and HA.
+// Correctly rounded: sSqrt HA, dSqrt LA and HA. What the callout gives for zeros, denormals, infinity and NaNs is what
+// the instruction gives, without a status: negatives alone need it.
 template <class P>
 struct SqrtHardware {
   using Pack = P;
   static constexpr int kBlock = 16;
   Pack formula(Pack x) const { return simd::sqrt(x); }
-  typename Pack::Mask needs_care(Pack x) const { return sqrt_needs_care(x); }
+  typename Pack::Mask needs_care(Pack x) const { return x < all<Pack>(0); }
   static Status callout(const typename Pack::Real* a, typename Pack::Real* r) { return sqrt_callout(a, r); }
 };
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // trunc(x) is exact, and so is x - trunc(x), whose bits are the low bits of x. The sign bit of x is put on the
-// fraction, so that an integral x gives a zero of its own sign. Infinities and NaNs go to the callout, which works on
-// the bits.
+// fraction, so that an integral x gives a zero of its own sign. Infinities and NaNs, the lanes whose difference is a NaN,
+// go to the callout, which works on the bits.
 #pragma once
 
 #include <bit>
@@ -37,16 +37,24 @@ Status split_at_point(const Real* x, Real* integral, Real* fraction) {
   return kOk;
 }
 
+// The compiler merges this difference with the formula's.
+template <class Pack>
+typename Pack::Mask has_no_fraction(Pack a) {
+  const Pack rest = a - simd::round_to_zero(a);
+  return simd::unordered(rest, rest);
+}
+
 template <class P>
 struct Modf {
   using Pack = P;
   using Real = typename P::Real;
   static constexpr int kBlock = 16;
+  static constexpr bool kNeverReports = true;
   shell::Two<Pack> formula(Pack a) const {
     const Pack integral = simd::round_to_zero(a);
     return {integral, (a - integral) | (a & simd::sign_bit<Pack>())};
   }
-  typename P::Mask needs_care(Pack a) const { return simd::not_finite(a); }
+  typename P::Mask needs_care(Pack a) const { return has_no_fraction(a); }
   static Status callout(const Real* a, Real* r1, Real* r2) { return split_at_point(a, r1, r2); }
 };
 
@@ -55,8 +63,9 @@ struct Frac {
   using Pack = P;
   using Real = typename P::Real;
   static constexpr int kBlock = 16;
+  static constexpr bool kNeverReports = true;
   Pack formula(Pack a) const { return Modf<P>().formula(a).second; }
-  typename P::Mask needs_care(Pack a) const { return simd::not_finite(a); }
+  typename P::Mask needs_care(Pack a) const { return has_no_fraction(a); }
   static Status callout(const Real* a, Real* r) {
     Real integral;
     return split_at_point(a, &integral, r);

@@ -6,10 +6,12 @@
 
 namespace qlx::simd {
 
-// c[0] + c[1] x + c[2] x^2 + ... From four terms on, even and odd powers go side by side, each by Horner's rule in x^2:
-// at one more product, half of the latency, which is what kernels of some 40 operations a register run into.
-template <class Pack, size_t kTerms>
-inline Pack polynomial(Pack x, const typename Pack::Real (&c)[kTerms]) {
+// c[0] + c[1] x + c[2] x^2 + ... of the first kTerms coefficients. From four terms on, even and odd powers go side by
+// side, each by Horner's rule in x^2: at one more product, half of the latency, which is what kernels of some 40
+// operations a register run into. (Knuth, The Art of Computer Programming 2, section 4.6.4).
+template <size_t kTerms, class Pack, size_t kSize>
+inline Pack polynomial(Pack x, const typename Pack::Real (&c)[kSize]) {
+  static_assert(kTerms >= 1 && kTerms <= kSize);
   if constexpr (kTerms < 4) {
     Pack p = all<Pack>(c[kTerms - 1]);
 #pragma GCC unroll 4
@@ -30,6 +32,10 @@ inline Pack polynomial(Pack x, const typename Pack::Real (&c)[kTerms]) {
       return all<Pack>(c[0]) + (square * upper + x * lower);
     }
   }
+}
+template <class Pack, size_t kTerms>
+inline Pack polynomial(Pack x, const typename Pack::Real (&c)[kTerms]) {
+  return polynomial<kTerms>(x, c);
 }
 
 }  // namespace qlx::simd
