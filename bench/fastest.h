@@ -55,27 +55,36 @@ class Fastest : public benchmark::BenchmarkReporter {
 
   // In ns a call; not a number when it was not run.
   double of(const std::string& name) const {
-    const auto at = times_.find(name);
-    return at == times_.end() ? NAN : at->second;
+    const bool by_wall = clock_ == Clock::kWall || name.find("threads") != std::string::npos;
+    return find(by_wall ? wall_ : processor_, name);
   }
+  // The same by the wall's clock in any case.
+  double wall_of(const std::string& name) const { return find(wall_, name); }
 
   bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      const std::string& name = run.run_name.function_name;
-      const bool by_wall = clock_ == Clock::kWall || name.find("threads") != std::string::npos;
-      const double seconds = by_wall ? run.real_accumulated_time : run.cpu_accumulated_time;
-      const double ns = seconds * 1e9 / static_cast<double>(run.iterations);
-      const auto [at, is_new] = times_.emplace(name, ns);
-      if (!is_new) at->second = std::min(at->second, ns);
+      const auto n = static_cast<double>(run.iterations);
+      keep_least(processor_, run.run_name.function_name, run.cpu_accumulated_time * 1e9 / n);
+      keep_least(wall_, run.run_name.function_name, run.real_accumulated_time * 1e9 / n);
     }
-    std::fprintf(stderr, "\r%zu measured ", times_.size());
+    std::fprintf(stderr, "\r%zu measured ", wall_.size());
   }
 
  private:
+  using Times = std::map<std::string, double>;
+  static double find(const Times& times, const std::string& name) {
+    const auto at = times.find(name);
+    return at == times.end() ? NAN : at->second;
+  }
+  static void keep_least(Times& times, const std::string& name, double ns) {
+    const auto [at, is_new] = times.emplace(name, ns);
+    if (!is_new) at->second = std::min(at->second, ns);
+  }
+
   Clock clock_;
-  std::map<std::string, double> times_;
+  Times processor_, wall_;
 };
 
 }  // namespace qlx::bench

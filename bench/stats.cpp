@@ -1,11 +1,11 @@
 // Speed of summary statistics beside its peers, in ns per element of the dataset.
 // SPDX-License-Identifier: Apache-2.0
 //
-//   bench_stats [--growth] [Google Benchmark's options, such as --benchmark_filter=covariance]
+//   bench_stats [--growth] [Google Benchmark's options, such as --benchmark_filter=covariance or =threads]
 //
 // Benchmarks are named <case>/<n>x<p>/<ours or peer>. Each runs several times and the fastest run counts: others on the
 // machine can only slow a run down. The closing table gives the ratio to each peer of the same case, and the goal.
-// --growth prints instead how the time grows with n, p and the number of threads.
+// --growth prints instead how the time grows with n, p and the number of threads: the tables of docs/performance.md.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -163,22 +163,52 @@ std::vector<Case> cases() {
   add("covariance threads", 100000, 50, kColumns, "two threads", covariance(QST_SS_METHOD_FAST, 2), 1 / 1.7,
       "one thread");
   add("covariance threads", 100000, 50, kColumns, "one thread", covariance(QST_SS_METHOD_FAST, 1));
+  add("one-pass covariance threads", 100000, 50, kColumns, "two threads", covariance(QST_SS_METHOD_1PASS, 2), 1 / 1.7,
+      "one thread");
+  add("one-pass covariance threads", 100000, 50, kColumns, "one thread", covariance(QST_SS_METHOD_1PASS, 1));
   return all;
+}
+
+// How the time grows: one table a series, a column each shape.
+struct Series {
+  const char *name, *what;  // what changes from column to column
+  uint64_t mask;
+  std::vector<std::pair<int32_t, int32_t>> shapes;  // n, p
+};
+
+const Series kGrowth[] = {
+    {"four moments by n", "n, p = 10", kFourMoments, {{100, 10}, {1000, 10}, {10000, 10}, {100000, 10}, {1000000, 10}}},
+    {"four moments by p",
+     "p, n p = 1000000",
+     kFourMoments,
+     {{1000000, 1}, {333333, 3}, {100000, 10}, {33333, 30}, {10000, 100}, {1000, 1000}}},
+    {"covariance by n", "n, p = 50", QST_SS_COVARIANCE, {{100, 50}, {1000, 50}, {10000, 50}, {100000, 50}}},
+    {"covariance by p",
+     "p, n p = 2000000",
+     QST_SS_COVARIANCE,
+     {{666666, 3}, {200000, 10}, {40000, 50}, {10000, 200}, {4000, 500}}}};
+
+constexpr std::pair<const char*, uint64_t> kGrowthMethods[] = {{"fast", QST_SS_METHOD_FAST},
+                                                               {"one-pass", QST_SS_METHOD_1PASS}};
+
+Case growth_case(const Series& series, size_t column, const char* method_name, uint64_t method, int threads) {
+  const auto [n, p] = series.shapes[column];
+  return {std::string(series.name) + " " + method_name,
+          threads == 1 ? "1 thread" : std::to_string(threads) + " threads",
+          n,
+          p,
+          kColumns,
+          [=, mask = series.mask](Work& w) { w.basic(mask, method, threads); },
+          "",
+          0};
 }
 
 std::vector<Case> growth_cases() {
   std::vector<Case> all;
-  const auto add = [&](const char* name, int32_t n, int32_t p, uint64_t mask, uint64_t method, int threads) {
-    all.push_back({std::string(name) + (method == QST_SS_METHOD_FAST ? " fast" : " one-pass"),
-                   std::to_string(threads) + (threads == 1 ? " thread" : " threads"), n, p, kColumns,
-                   [=](Work& w) { w.basic(mask, method, threads); }, "", 0});
-  };
-  for (const uint64_t method : {QST_SS_METHOD_FAST, QST_SS_METHOD_1PASS})
-    for (const int threads : {1, 2}) {
-      for (const int32_t n : {100, 1000, 10000, 100000, 1000000}) add("moments", n, 10, kFourMoments, method, threads);
-      for (const int32_t p : {1, 3, 30, 100}) add("moments", 1000000 / p, p, kFourMoments, method, threads);
-      for (const int32_t p : {3, 10, 50, 200}) add("covariance", 2000000 / p, p, QST_SS_COVARIANCE, method, threads);
-    }
+  for (const Series& series : kGrowth)
+    for (const auto& [name, method] : kGrowthMethods)
+      for (const int threads : {1, 2})
+        for (size_t k = 0; k < series.shapes.size(); ++k) all.push_back(growth_case(series, k, name, method, threads));
   return all;
 }
 
@@ -190,6 +220,24 @@ double elements(const Case& c) {
   return static_cast<double>(c.n) * c.p;
 }
 
+// The goal of a case, met or missed; of two threads, how many times as fast they are.
+void print_goal(const Case& c, double mine, const Fastest& fastest) {
+  if (c.goal_against.empty()) {
+    std::printf("%.2f ns of %.2f %s;", mine, c.goal, mine <= c.goal ? "met" : "MISSED");
+    return;
+  }
+  Case against = c;
+  against.contender = c.goal_against;
+  const double ratio = mine / (fastest.of(full_name(against)) / elements(c));
+  if (std::isnan(ratio)) return;
+  const char* verdict = ratio <= c.goal ? "met" : "MISSED";
+  if (c.goal < 1) {
+    std::printf("%.2f times as fast, of %.2f %s;", 1 / ratio, 1 / c.goal, verdict);
+  } else {
+    std::printf("%.2f of %.2f %s;", ratio, c.goal, verdict);
+  }
+}
+
 void print_table(const std::vector<Case>& all, const Fastest& fastest) {
   std::printf("\n%-22s %-12s %-14s %9s   %s\n", "case", "n x p", "contender", "ns/elem", "goal; ratio to peers");
   for (const Case& c : all) {
@@ -197,16 +245,7 @@ void print_table(const std::vector<Case>& all, const Fastest& fastest) {
     if (std::isnan(mine)) continue;
     const std::string shape = std::to_string(c.n) + " x " + std::to_string(c.p);
     std::printf("%-22s %-12s %-14s %9.3f   ", c.name.c_str(), shape.c_str(), c.contender.c_str(), mine);
-    if (c.goal > 0) {
-      double value = mine;
-      if (!c.goal_against.empty()) {
-        Case against = c;
-        against.contender = c.goal_against;
-        value /= fastest.of(full_name(against)) / elements(c);
-      }
-      std::printf("%.2f%s of %.2f %s;", value, c.goal_against.empty() ? " ns" : "", c.goal,
-                  value <= c.goal ? "met" : "MISSED");
-    }
+    if (c.goal > 0) print_goal(c, mine, fastest);
     for (const Case& peer : all) {
       if (peer.name != c.name || peer.n != c.n || peer.p != c.p || peer.contender == c.contender || c.goal == 0)
         continue;
@@ -214,6 +253,32 @@ void print_table(const std::vector<Case>& all, const Fastest& fastest) {
       if (!std::isnan(other)) std::printf(" %.2f %s", mine / other, peer.contender.c_str());
     }
     std::printf("\n");
+  }
+}
+
+// A row of ns per element for one thread, and a row of how many times as fast two threads are by the clock.
+void print_growth(const Fastest& fastest) {
+  for (const Series& series : kGrowth) {
+    const bool by_n = std::strstr(series.name, "by n") != nullptr;
+    std::printf("\n| %.*s, ns / element by %s |", static_cast<int>(std::strlen(series.name)) - 5, series.name,
+                series.what);
+    for (const auto& [n, p] : series.shapes) std::printf(" %d |", by_n ? n : p);
+    std::printf("\n|---|");
+    for (size_t k = 0; k < series.shapes.size(); ++k) std::printf("---|");
+    std::printf("\n");
+    for (const auto& [name, method] : kGrowthMethods)
+      for (const int threads : {1, 2}) {
+        std::vector<double> figures;
+        for (size_t k = 0; k < series.shapes.size(); ++k) {
+          const Case one = growth_case(series, k, name, method, 1), two = growth_case(series, k, name, method, 2);
+          figures.push_back(threads == 1 ? fastest.of(full_name(one)) / elements(one)
+                                         : fastest.wall_of(full_name(one)) / fastest.wall_of(full_name(two)));
+        }
+        if (std::isnan(figures[0])) continue;
+        std::printf("| %s, %s |", name, threads == 1 ? "one thread" : "two threads are times as fast");
+        for (const double figure : figures) std::isnan(figure) ? std::printf(" |") : std::printf(" %.2f |", figure);
+        std::printf("\n");
+      }
   }
 }
 
@@ -229,5 +294,10 @@ int main(int argc, char** argv) {
         ->UseRealTime()
         ->Repetitions(15)
         ->MinTime(0.01);
-  print_table(all, Fastest(Clock::kProcessor));
+  const Fastest fastest(Clock::kProcessor);
+  if (growth) {
+    print_growth(fastest);
+  } else {
+    print_table(all, fastest);
+  }
 }

@@ -323,7 +323,11 @@ QLX_QST_SS_DECLARE_TASK(s, float)
      products, 1962; merges by P. Pebay, Formulas for robust, one-pass parallel computation of covariances and         \
      arbitrary-order statistical moments, 2008), 0x100 about the mean given in `mean` (sums are taken as about the     \
      true mean), 0x200 and 0x400 without a sweep from `crossProduct` and from the sums.                                \
-     A variable excluded by `indices` keeps its entries. Results must not overlap the dataset or the weights.          \
+     A variable excluded by `indices` keeps its entries. Results must not overlap the dataset or the weights. Two      \
+     results may be one array of a run in a single call; the one stored last stays: correlation, covariance,           \
+     cross-product, then for each vector moment and sum, then kurtosis, skewness, variation.                           \
+     Reciprocal roots of a correlation come from the table of InvSqrt, high accuracy, whatever the mode: a variable    \
+     of no variance is reported there as a pole, and its correlations are NaN.                                         \
      Statuses in the order checked: -4031 task null; -4029 not exactly one of 0x1, 0x2, 0x100 (nor 0x200 or 0x400      \
      without them); a needed result that is null, in the order mean, raw 2 to 4, central 2 to 4, covariance,           \
      correlation, kurtosis, skewness, variation, sum, raw sums, central sums, cross-product: its status; with a sweep: \
@@ -338,7 +342,8 @@ QLX_QST_SS_DECLARE_TASK(s, float)
   QLX_API int32_t _qst##P##SSMinmax(QstSSTask* task, uint64_t estimateMask, uint64_t method,                           \
                                     const QlxThreadTable* threadTable);                                                \
   /* Quantiles by linear interpolation between order statistics (type 7 of R. J. Hyndman and Y. Fan, Sample quantiles  \
-     in statistical packages, 1996): h = (n - 1) q, k = floor(h), x_(k) + (h - k) (x_(k+1) - x_(k)) with ranks from 0. \
+     in statistical packages, 1996): with ranks from 0, h = (n - 1) q,                                                 \
+     k = floor(h), f = h - k: (1 - f) x_(k) + f x_(k+1), which is x_(k) where f = 0.                                   \
      `quantiles` holds the orders of a variable together: quantiles[i * count + o]. Order statistics: the sorted p by  \
      n dataset, in `orderStatisticsStorage` form. Method: 0x1. NaN observations have no rank: they make the order      \
      statistics of their variable meaningless. Statuses in the order checked: -4031 task null; -4003 dataset storage;  \

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "platform/scratch.h"
 #include "qlx/df.h"
 
 // Members stand in the order of the contract. Integers keep 64 bits on every target, pointers take the target's width.
@@ -45,8 +46,9 @@ struct DFTask {
 
 namespace qlx::fitting {
 
+using platform::allocate_array, platform::Scratch;
+
 constexpr int32_t kTaskKind = 4;
-constexpr size_t kAlignment = 128;  // of everything allocated here: two cache lines, the adjacent-line prefetch unit
 
 // The callbacks of a real type, which the C header has to spell twice.
 template <class Real>

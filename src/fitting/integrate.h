@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "fitting/interpolate.h"
-#include "fitting/scratch.h"
 
 namespace qlx::fitting {
 

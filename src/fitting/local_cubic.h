@@ -15,7 +15,6 @@
 
 #include "fitting/cell_store.h"
 #include "fitting/end_conditions.h"
-#include "fitting/scratch.h"
 #include "fitting/work_division.h"
 
 namespace qlx::fitting {

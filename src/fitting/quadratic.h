@@ -5,7 +5,6 @@
 #include "fitting/cell_store.h"
 #include "fitting/end_conditions.h"
 #include "fitting/knots.h"
-#include "fitting/scratch.h"
 #include "fitting/spline_input.h"
 #include "fitting/tridiagonal.h"
 #include "fitting/work_division.h"

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "fitting/scratch.h"
 #include "fitting/search_plan.h"
 #include "fitting/work_division.h"
 

@@ -1,7 +1,6 @@
 // The table of buckets that starts a hybrid cell search.
 // SPDX-License-Identifier: Apache-2.0
 #include "fitting/df_task.h"
-#include "fitting/scratch.h"
 
 namespace qlx::fitting {
 

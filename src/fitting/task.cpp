@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "fitting/df_task.h"
-#include "fitting/scratch.h"
 
 namespace qlx::fitting {
 namespace {

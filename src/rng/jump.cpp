@@ -7,7 +7,6 @@
 
 #include "rng/gf2_poly.h"
 #include "rng/qst_stream.h"
-#include "rng/scratch.h"
 
 namespace {
 
@@ -36,9 +35,9 @@ int64_t leading_bit(const uint64_t* g, uint64_t degree) {
 }
 
 // The jump polynomial has room for one record too: it is what finishState gets as scratch when g has served.
-size_t jump_bytes(int32_t words, int32_t record_bytes) {
-  const size_t bytes = static_cast<size_t>(words) * sizeof(uint64_t), record = static_cast<size_t>(record_bytes);
-  return bytes > record ? bytes : record;
+int64_t jump_bytes(int32_t words, int32_t record_bytes) {
+  const int64_t bytes = words * int64_t{sizeof(uint64_t)};
+  return bytes > record_bytes ? bytes : record_bytes;
 }
 
 int32_t jump_polynomial(uint64_t skip, uint64_t degree, int32_t term_count, const int32_t* terms, int32_t words,
@@ -59,7 +58,7 @@ int32_t __qstPolyRem(int64_t e, uint64_t degree, int32_t termCount, const int32_
     return QST_STATUS_OK;
   }
   // The modulus, the work of double length and the power: 32 bytes for each 64 bits of the degree.
-  const Scratch<uint64_t> scratch(4 * words * sizeof(uint64_t));
+  const Scratch<uint64_t> scratch(static_cast<int64_t>(4 * words));
   if (!scratch) return QST_ERROR_MEMORY;
   uint64_t* power = scratch.get() + 3 * words;
   PolyModulus(degree, termCount, terms, scratch.get()).power_of_x(exponent, power);
@@ -74,8 +73,8 @@ int32_t __qst_SkipAheadHorner(QstStream* stream, QstJumpClear clearState, QstJum
   static_cast<void>(clearState);  // the work record starts as a copy
   int32_t out = 0;
   if (nskip == 0 || prepareSkip(stream, &nskip, &out) == 0) return QST_STATUS_OK;
-  const Scratch<uint64_t> g(jump_bytes(wordCount, recordBytes));
-  const Scratch<QstStream> work(static_cast<size_t>(recordBytes));
+  const auto g = Scratch<uint64_t>::of_bytes(jump_bytes(wordCount, recordBytes));
+  const auto work = Scratch<QstStream>::of_bytes(recordBytes);
   if (!g || !work) return QST_ERROR_MEMORY;
   const uint64_t bits = static_cast<uint64_t>(degree);
   const int32_t status = jump_polynomial(nskip, bits, termCount, terms, wordCount, g.get());
@@ -97,10 +96,10 @@ int32_t __qst_SkipAheadSWin(QstStream* stream, QstJumpClear clearState, QstJumpC
   int32_t out = 0;
   if (nskip == 0 || prepareSkip(stream, &nskip, &out) == 0) return QST_STATUS_OK;
   const size_t record = static_cast<size_t>(recordBytes);
-  const Scratch<uint64_t> g(jump_bytes(wordCount, recordBytes));
-  const Scratch<QstStream> work(record);
-  const Scratch<char> table(record * kWindowRecords);
-  const Scratch<QstStream> second(record);
+  const auto g = Scratch<uint64_t>::of_bytes(jump_bytes(wordCount, recordBytes));
+  const auto work = Scratch<QstStream>::of_bytes(recordBytes);
+  const Scratch<char> table(int64_t{recordBytes} * kWindowRecords);
+  const auto second = Scratch<QstStream>::of_bytes(recordBytes);
   if (!g || !work || !table || !second) return QST_ERROR_MEMORY;
   const uint64_t bits = static_cast<uint64_t>(degree);
   const int32_t status = jump_polynomial(nskip, bits, termCount, terms, wordCount, g.get());

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/scratch.h"
 #include "qlx/qst.h"
 
 // A double that is held wider than its type would make sequences depend on the compiler.
@@ -26,8 +27,7 @@ static_assert(offsetof(QstChunk, data) == 8);
 static_assert(sizeof(void*) != 4 || (sizeof(QstChunk) == 32 && offsetof(QstChunk, globalId) == 16));
 static_assert(sizeof(void*) != 4 || (sizeof(QstBrngProperties) == 36 && sizeof(QstGlobRODataEntry) == 24));
 
-// Every block is aligned so that a generator may load its state by whole vectors.
-inline constexpr size_t kAlignment = 128;
+using platform::kAlignment, platform::Scratch;
 
 // Rows of __RegBrngsNew that are built in.
 enum Row : int32_t {

@@ -26,7 +26,7 @@ struct Extremes {
 
 template <class T, bool Min, bool Max>
 __attribute__((flatten)) void extremes_of_row(const T* x, int64_t n, T* low, T* high) {
-  constexpr int kWidth = kLanes<T>, kPacks = 4;
+  constexpr int64_t kWidth = kLanes<T>, kPacks = 4;
   using P = Pack<T, kWidth>;
   Extremes<Min, Max, T> all = {*low, *high};
   int64_t j = 0;

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "platform/scratch.h"
 #include "qlx/qst_ss.h"
 
 struct QstSSTask {
@@ -57,6 +58,8 @@ struct QstSSTask {
 };
 
 namespace qlx::stats {
+
+using platform::padded, platform::Scratch;
 
 // Element `index` of an array of the task's integers.
 inline int64_t read_integer(const QstSSTask& task, const void* address, int64_t index = 0) {

@@ -1,12 +1,11 @@
 // Task constructors, deletion and editors.
 // SPDX-License-Identifier: Apache-2.0
 //
-// The general editors are tables of rows (code, member, status); a special editor is the list of its members. Nothing
+// The general editors are tables of rows (member, code, status); a special editor is the list of its members. Nothing
 // here reads a result array, so the float and double editors are the same code.
 #include <cstddef>
 
 #include "stats/qst_ss_task.h"
-#include "stats/scratch.h"
 
 namespace qlx::stats {
 namespace {
@@ -14,97 +13,96 @@ namespace {
 using Member = void* QstSSTask::*;
 
 struct EditorRow {
-  int8_t code;
   Member member;
-  int32_t null_status;
+  int32_t code, null_status;
 };
 
 constexpr int32_t kFirstRealCode = 3, kLastRealCode = 78, kFirstIntegerCode = 1, kLastIntegerCode = 79;
 
 // Code 67 reports the status of the mean, as callers have come to expect; the estimators report -4074 for the sum.
 constexpr EditorRow kRealRows[] = {
-    {3, &QstSSTask::observations, -4032},
-    {6, &QstSSTask::weights, -4005},
-    {7, &QstSSTask::mean, -4006},
-    {8, &QstSSTask::rawMoment2, -4007},
-    {9, &QstSSTask::rawMoment3, -4008},
-    {10, &QstSSTask::rawMoment4, -4009},
-    {11, &QstSSTask::centralMoment2, -4010},
-    {12, &QstSSTask::centralMoment3, -4011},
-    {13, &QstSSTask::centralMoment4, -4012},
-    {14, &QstSSTask::kurtosis, -4013},
-    {15, &QstSSTask::skewness, -4014},
-    {16, &QstSSTask::minimum, -4015},
-    {17, &QstSSTask::maximum, -4016},
-    {18, &QstSSTask::variation, -4017},
-    {19, &QstSSTask::covariance, -4018},
-    {21, &QstSSTask::correlation, -4019},
-    {23, &QstSSTask::accumWeight, -4020},
-    {25, &QstSSTask::quantileOrders, -4021},
-    {26, &QstSSTask::quantiles, -4023},
-    {27, &QstSSTask::orderStatistics, -4024},
-    {30, &QstSSTask::pooledMean, -4035},
-    {31, &QstSSTask::pooledCovariance, -4034},
-    {33, &QstSSTask::groupMean, -4037},
-    {35, &QstSSTask::groupCovariance, -4036},
-    {38, &QstSSTask::robustParams, -4042},
-    {39, &QstSSTask::robustMean, -4028},
-    {40, &QstSSTask::robustCovariance, -4027},
-    {42, &QstSSTask::outlierParams, -4039},
-    {43, &QstSSTask::outlierWeights, -4041},
-    {46, &QstSSTask::partialCovariance, -4046},
-    {48, &QstSSTask::partialCorrelation, -4047},
-    {51, &QstSSTask::missingParams, -4048},
-    {53, &QstSSTask::missingInit, -4053},
-    {55, &QstSSTask::missingSimulation, -4054},
-    {57, &QstSSTask::missingEstimates, -4057},
-    {59, &QstSSTask::missingPrior, -4062},
-    {60, &QstSSTask::paramCorrelation, -4071},
-    {63, &QstSSTask::streamParams, -4065},
-    {65, &QstSSTask::streamQuantileOrders, -4068},
-    {66, &QstSSTask::streamQuantiles, -4070},
-    {67, &QstSSTask::sum, -4006},
-    {68, &QstSSTask::rawSum2, -4075},
-    {69, &QstSSTask::rawSum3, -4076},
-    {70, &QstSSTask::rawSum4, -4077},
-    {71, &QstSSTask::centralSum2, -4078},
-    {72, &QstSSTask::centralSum3, -4079},
-    {73, &QstSSTask::centralSum4, -4080},
-    {74, &QstSSTask::crossProduct, -4081},
-    {76, &QstSSTask::medianAbsDeviation, -4082},
-    {77, &QstSSTask::meanAbsDeviation, -4083},
-    {78, &QstSSTask::sortedObservations, -4084},
+    {&QstSSTask::observations, 3, -4032},
+    {&QstSSTask::weights, 6, -4005},
+    {&QstSSTask::mean, 7, -4006},
+    {&QstSSTask::rawMoment2, 8, -4007},
+    {&QstSSTask::rawMoment3, 9, -4008},
+    {&QstSSTask::rawMoment4, 10, -4009},
+    {&QstSSTask::centralMoment2, 11, -4010},
+    {&QstSSTask::centralMoment3, 12, -4011},
+    {&QstSSTask::centralMoment4, 13, -4012},
+    {&QstSSTask::kurtosis, 14, -4013},
+    {&QstSSTask::skewness, 15, -4014},
+    {&QstSSTask::minimum, 16, -4015},
+    {&QstSSTask::maximum, 17, -4016},
+    {&QstSSTask::variation, 18, -4017},
+    {&QstSSTask::covariance, 19, -4018},
+    {&QstSSTask::correlation, 21, -4019},
+    {&QstSSTask::accumWeight, 23, -4020},
+    {&QstSSTask::quantileOrders, 25, -4021},
+    {&QstSSTask::quantiles, 26, -4023},
+    {&QstSSTask::orderStatistics, 27, -4024},
+    {&QstSSTask::pooledMean, 30, -4035},
+    {&QstSSTask::pooledCovariance, 31, -4034},
+    {&QstSSTask::groupMean, 33, -4037},
+    {&QstSSTask::groupCovariance, 35, -4036},
+    {&QstSSTask::robustParams, 38, -4042},
+    {&QstSSTask::robustMean, 39, -4028},
+    {&QstSSTask::robustCovariance, 40, -4027},
+    {&QstSSTask::outlierParams, 42, -4039},
+    {&QstSSTask::outlierWeights, 43, -4041},
+    {&QstSSTask::partialCovariance, 46, -4046},
+    {&QstSSTask::partialCorrelation, 48, -4047},
+    {&QstSSTask::missingParams, 51, -4048},
+    {&QstSSTask::missingInit, 53, -4053},
+    {&QstSSTask::missingSimulation, 55, -4054},
+    {&QstSSTask::missingEstimates, 57, -4057},
+    {&QstSSTask::missingPrior, 59, -4062},
+    {&QstSSTask::paramCorrelation, 60, -4071},
+    {&QstSSTask::streamParams, 63, -4065},
+    {&QstSSTask::streamQuantileOrders, 65, -4068},
+    {&QstSSTask::streamQuantiles, 66, -4070},
+    {&QstSSTask::sum, 67, -4006},
+    {&QstSSTask::rawSum2, 68, -4075},
+    {&QstSSTask::rawSum3, 69, -4076},
+    {&QstSSTask::rawSum4, 70, -4077},
+    {&QstSSTask::centralSum2, 71, -4078},
+    {&QstSSTask::centralSum3, 72, -4079},
+    {&QstSSTask::centralSum4, 73, -4080},
+    {&QstSSTask::crossProduct, 74, -4081},
+    {&QstSSTask::medianAbsDeviation, 76, -4082},
+    {&QstSSTask::meanAbsDeviation, 77, -4083},
+    {&QstSSTask::sortedObservations, 78, -4084},
 };
 
 constexpr EditorRow kIntegerRows[] = {
-    {1, &QstSSTask::dimension, -4001},
-    {2, &QstSSTask::observationCount, -4002},
-    {4, &QstSSTask::observationStorage, -4044},
-    {5, &QstSSTask::indices, -4004},
-    {20, &QstSSTask::covarianceStorage, -4044},
-    {22, &QstSSTask::correlationStorage, -4044},
-    {24, &QstSSTask::quantileOrderCount, -4022},
-    {28, &QstSSTask::groupIndices, -4038},
-    {29, &QstSSTask::pooledCovarianceStorage, -4044},
-    {32, &QstSSTask::groupCovIndices, -4038},
-    {34, &QstSSTask::groupCovarianceStorage, -4044},
-    {36, &QstSSTask::robustCovarianceStorage, -4044},
-    {37, &QstSSTask::robustParamCount, -4043},
-    {41, &QstSSTask::outlierParamCount, -4040},
-    {44, &QstSSTask::orderStatisticsStorage, -4044},
-    {45, &QstSSTask::partialIndices, -4045},
-    {47, &QstSSTask::partialCovarianceStorage, -4044},
-    {49, &QstSSTask::partialCorrelationStorage, -4044},
-    {50, &QstSSTask::missingParamCount, -4049},
-    {52, &QstSSTask::missingInitCount, -4052},
-    {54, &QstSSTask::missingSimulationCount, -4055},
-    {56, &QstSSTask::missingEstimateCount, -4056},
-    {58, &QstSSTask::missingPriorCount, -4061},
-    {61, &QstSSTask::paramCorrelationStorage, -4044},
-    {62, &QstSSTask::streamParamCount, -4066},
-    {64, &QstSSTask::streamQuantileOrderCount, -4069},
-    {75, &QstSSTask::crossProductStorage, -4044},
-    {79, &QstSSTask::sortedObservationsStorage, -4044},
+    {&QstSSTask::dimension, 1, -4001},
+    {&QstSSTask::observationCount, 2, -4002},
+    {&QstSSTask::observationStorage, 4, -4044},
+    {&QstSSTask::indices, 5, -4004},
+    {&QstSSTask::covarianceStorage, 20, -4044},
+    {&QstSSTask::correlationStorage, 22, -4044},
+    {&QstSSTask::quantileOrderCount, 24, -4022},
+    {&QstSSTask::groupIndices, 28, -4038},
+    {&QstSSTask::pooledCovarianceStorage, 29, -4044},
+    {&QstSSTask::groupCovIndices, 32, -4038},
+    {&QstSSTask::groupCovarianceStorage, 34, -4044},
+    {&QstSSTask::robustCovarianceStorage, 36, -4044},
+    {&QstSSTask::robustParamCount, 37, -4043},
+    {&QstSSTask::outlierParamCount, 41, -4040},
+    {&QstSSTask::orderStatisticsStorage, 44, -4044},
+    {&QstSSTask::partialIndices, 45, -4045},
+    {&QstSSTask::partialCovarianceStorage, 47, -4044},
+    {&QstSSTask::partialCorrelationStorage, 49, -4044},
+    {&QstSSTask::missingParamCount, 50, -4049},
+    {&QstSSTask::missingInitCount, 52, -4052},
+    {&QstSSTask::missingSimulationCount, 54, -4055},
+    {&QstSSTask::missingEstimateCount, 56, -4056},
+    {&QstSSTask::missingPriorCount, 58, -4061},
+    {&QstSSTask::paramCorrelationStorage, 61, -4044},
+    {&QstSSTask::streamParamCount, 62, -4066},
+    {&QstSSTask::streamQuantileOrderCount, 64, -4069},
+    {&QstSSTask::crossProductStorage, 75, -4044},
+    {&QstSSTask::sortedObservationsStorage, 79, -4044},
 };
 
 // The interface takes addresses of inputs as const; the record has one kind of member. Only results are written.
@@ -195,7 +193,7 @@ int32_t new_task(QstSSTask** slot, const void* p, const void* n, const void* sto
     if (word != QST_SS_ROWS && word != QST_SS_COLUMNS) return QST_SS_ERROR_STORAGE;
     if (n == nullptr || read_integer(fields, n) <= 0) return QST_SS_ERROR_OBSERVATION_COUNT;
   }
-  *slot = static_cast<QstSSTask*>(qlx_serv_allocate(sizeof(QstSSTask), kAlignment));
+  *slot = platform::allocate_array<QstSSTask>(1);
   if (*slot == nullptr) return QST_SS_ERROR_MEMORY;
   **slot = fields;
   return QST_SS_OK;

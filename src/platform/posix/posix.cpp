@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>  // atexit
 
+#include "platform/scratch.h"
 #include "platform/thread_slot.h"
 #include "qlx/core.h"
 
@@ -33,7 +34,6 @@ struct alignas(64) Block {
 Block heap_list{&heap_list, &heap_list};
 bool heap_created = false;
 volatile int32_t heap_list_lock = 0;
-constexpr std::size_t kAlignment = 128;
 
 }  // namespace
 

@@ -17,7 +17,6 @@
 #include "stats/moments/matrix_storage.h"
 #include "stats/moments/request.h"
 #include "stats/qst_ss_task.h"
-#include "stats/scratch.h"
 #include "stats/threads.h"
 
 namespace qlx::stats {
@@ -69,7 +68,8 @@ class Basic {
   }
 
  private:
-  struct PerThread {
+  // Aligned, so that threads don't share the lines of their running weights.
+  struct alignas(platform::kAlignment) PerThread {
     int64_t first, end;  // observations
     T* vectors[kVectors];
     T* matrix;
@@ -92,7 +92,7 @@ class Basic {
     n_ = read_integer(task_, task_.observationCount);
     rows_ = in_rows(task_, task_.observationStorage, p_);
     weights_ = as_array<const T>(task_.weights);
-    matrix_ = wants(kMatrixEstimates);
+    matrix_ = wants(kMatrixEstimates) && p_ > 0;  // the linear algebra takes no matrix of no rows
     method_ = (method_word_ & QST_SS_METHOD_FAST) != 0    ? Method::kFast
               : (method_word_ & QST_SS_METHOD_1PASS) != 0 ? Method::kOnePass
                                                           : Method::kGivenMean;
@@ -174,7 +174,7 @@ class Basic {
     const int64_t bytes = (thread_count_ - 1) * p_ * p_ * static_cast<int64_t>(sizeof(T));
     private_matrices_ = method_ == Method::kOnePass || bytes <= kPrivateMatrixBytes;
 
-    if (!matrix_ || p_ == 0) return;
+    if (!matrix_) return;
     constexpr int64_t kBlockBytes = 0x40000, kLeastBlock = 64;
     const bool weighted = weights_ != nullptr;
     block_ = kBlockBytes / (p_ * static_cast<int64_t>(sizeof(T)) * (weighted ? 2 : 1));
@@ -201,13 +201,13 @@ class Basic {
     if (method_word_ & QST_SS_METHOD_FAST_GIVEN_MEAN && !allocate_saved_mean()) return false;
 
     const int64_t share = n_ / thread_count_;
-    T* next_matrix = matrices_.data();
+    T* next_matrix = matrices_.get();
     for (int64_t t = 0; t < thread_count_; ++t) {
       PerThread& own = thread_[t];
       own = {};
       own.first = t * share;
       own.end = t + 1 < thread_count_ ? own.first + share : n_;
-      T* const block = vectors_.data() + t * room;
+      T* const block = vectors_.get() + t * room;
       for (int v = 0; v < kVectors; ++v) own.vectors[v] = block + v * vector_room;
       std::memset(static_cast<void*>(block), 0, sizeof(T) * kVectors * vector_room);
       own.deviations = block + kVectors * vector_room;
@@ -523,7 +523,7 @@ class Basic {
   void store_matrices(const T* triangle, T w, T w2) {
     const int64_t p = p_;
     if (correlation_out_ != nullptr) {
-      T *const diagonal = roots_.data(), *const root = diagonal + padded<T>(p);
+      T *const diagonal = roots_.get(), *const root = diagonal + padded<T>(p);
       for (int64_t i = 0; i < p; ++i) diagonal[i] = includes(task_, i) ? triangle[i * p + i] : T(1);
       inverse_square_roots(p_, diagonal, root);
       store_triangle(task_, matrix_form(task_, task_.correlationStorage), p, correlation_out_,
@@ -554,8 +554,8 @@ class Basic {
       const T* triangle = product;
       if (form != MatrixForm::kFull) {
         if (!expanded.allocate(int64_t{p_} * p_)) return QST_SS_ERROR_MEMORY;
-        load_triangle(form, p_, product, expanded.data(), [](int64_t, int64_t) { return T(1); });
-        triangle = expanded.data();
+        load_triangle(form, p_, product, expanded.get(), [](int64_t, int64_t) { return T(1); });
+        triangle = expanded.get();
       }
       if (wants(QST_SS_CORRELATION) && !allocate_correlation()) return QST_SS_ERROR_MEMORY;
       correlation_out_ = wants(QST_SS_CORRELATION) ? as_array<T>(task_.correlation) : nullptr;

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "stats/extremes.h"
 #include "stats/qst_ss_task.h"
-#include "stats/scratch.h"
 #include "stats/simd.h"
 
 namespace qlx::stats {
@@ -58,7 +57,7 @@ int32_t extremes(const QstSSTask& task, int64_t n, int64_t p) {
   // Running values of all variables in scratch: the sweep takes them in groups, the results only the included ones.
   Scratch<T> running(2 * p);
   if (!running) return QST_SS_ERROR_MEMORY;
-  T *const low = running.data(), *const high = low + p;
+  T *const low = running.get(), *const high = low + p;
   for (int64_t i = 0; i < p; ++i) {
     low[i] = Min ? minimum[i] : T(0);
     high[i] = Max ? maximum[i] : T(0);

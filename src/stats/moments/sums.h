@@ -90,9 +90,9 @@ QLX_STATS_INLINE inline void sum_columns(const KernelRange<T>& r) {
       constexpr int kWidth = group < kLanes<T> ? int{group} : kLanes<T>, kPacks = group / kWidth;
       using P = Pack<T, kWidth>;
       P sums[kPacks][Sums::kSums] = {}, mean[kPacks] = {};
-      repeat<kPacks>([&](auto k) QLX_STATS_INLINE {
-        if constexpr (Sums::kAboutMean) mean[k] = load<P>(r.vectors[kMean] + i + k * kWidth);
-      });
+      if constexpr (Sums::kAboutMean) {
+        repeat<kPacks>([&](auto k) QLX_STATS_INLINE { mean[k] = load<P>(r.vectors[kMean] + i + k * kWidth); });
+      }
       for (int64_t j = first; j < end; ++j) {
         P weight = {};
         if constexpr (Weighted) weight += r.weights[j];
@@ -113,8 +113,8 @@ QLX_STATS_INLINE inline void sum_columns(const KernelRange<T>& r) {
 // Row storage: lanes along the observations of one variable.
 template <class T, class Sums, bool Weighted>
 QLX_STATS_INLINE inline void sum_rows(const KernelRange<T>& r) {
-  constexpr int kWidth = kLanes<T>;
-  constexpr int kPacks = Sums::kSums > 4 ? 1 : 2;  // as many sums as the registers hold
+  constexpr int64_t kWidth = kLanes<T>;
+  constexpr int64_t kPacks = Sums::kSums > 4 ? 1 : 2;  // as many sums as the registers hold
   using P = Pack<T, kWidth>;
   for (int64_t i = r.first_variable; i < r.end_variable; ++i) {
     const T* const x = r.observations + i * r.n;

@@ -5,7 +5,6 @@
 #include "stats/extremes.h"
 #include "stats/order/sort.h"
 #include "stats/qst_ss_task.h"
-#include "stats/scratch.h"
 #include "stats/threads.h"
 
 namespace qlx::stats {
@@ -43,7 +42,7 @@ struct Variables {
   void for_each(const QlxThreadTable* table, Work work) {
     auto worker = [&](int index) {
       const int64_t end = part_start(count, threads, index + 1);
-      for (int64_t k = part_start(count, threads, index); k < end; ++k) work(list[k], rooms.data() + index * room);
+      for (int64_t k = part_start(count, threads, index); k < end; ++k) work(list[k], rooms.get() + index * room);
     };
     run_workers(table, threads, worker);
   }
@@ -110,9 +109,10 @@ void bring_smallest(T* a, int64_t k, int64_t end) {
   a[k] = smallest;
 }
 
+// On a rank the element itself: an infinite neighbour would make NaN of its factor 0.
 template <class T>
 T interpolate(T fraction, T low, T high) {
-  return (1 - fraction) * low + fraction * high;
+  return fraction == 0 ? low : (1 - fraction) * low + fraction * high;
 }
 
 template <class T>

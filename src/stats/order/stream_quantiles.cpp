@@ -69,7 +69,7 @@ int32_t start_part(StreamState& state, T epsilon) {
     qlx_serv_deallocate(fresh.block);
     return QST_SS_ERROR_MEMORY;
   }
-  if (state.partCount > 0) std::memcpy(grown.data(), state.parts, sizeof(StreamPart) * state.partCount);
+  if (state.partCount > 0) std::memcpy(grown.get(), state.parts, sizeof(StreamPart) * state.partCount);
   grown[state.partCount] = fresh;
   qlx_serv_deallocate(state.parts);
   state.parts = grown.release();
@@ -112,9 +112,9 @@ int32_t answer(const StreamState& state, const T* orders, int64_t order_count, T
   Scratch<int64_t> sums(entries);  // rmin + rmax, by which the entry nearest to a rank is found
   if (!steps || !sums) return QST_SS_ERROR_MEMORY;
   int64_t count = 0;
-  for (int32_t k = 0; k < state.partCount; ++k) count += append_part(state.parts[k], steps.data() + count);
+  for (int32_t k = 0; k < state.partCount; ++k) count += append_part(state.parts[k], steps.get() + count);
   int64_t at = 0;
-  visit_ranks(steps.data(), count, [&](T, int64_t rmin, int64_t rmax) { sums[at++] = rmin + rmax; });
+  visit_ranks(steps.get(), count, [&](T, int64_t rmin, int64_t rmax) { sums[at++] = rmin + rmax; });
   for (int64_t o = 0; o < order_count; ++o) {
     const double rank = 1 + static_cast<double>(seen - 1) * static_cast<double>(orders[o]);
     int64_t low = 0, high = count - 1;  // the first entry with rmin + rmax >= 2 rank
@@ -145,6 +145,11 @@ int32_t stream_quantiles(QstSSTask* task, uint64_t method, const QlxThreadTable*
 
   int64_t threads = thread_limit(table);
   if (threads > p) threads = p;
+  // Taking in a short block is less work than starting a thread.
+  constexpr int64_t kValuesPerThread = 1 << 13;
+  const bool answers = (method & QST_SS_METHOD_STREAM_QUANTILES) != 0;
+  if (!answers && n < kValuesPerThread && threads > n * p / kValuesPerThread) threads = n * p / kValuesPerThread;
+  if (threads < 1) threads = 1;
   Scratch<int32_t> statuses(threads);
   if (!statuses) return QST_SS_ERROR_MEMORY;
   const T epsilon = as_array<const T>(task->streamParams)[0];
@@ -159,7 +164,7 @@ int32_t stream_quantiles(QstSSTask* task, uint64_t method, const QlxThreadTable*
     for (int64_t i = part_start(p, threads, index); i < end && status == QST_SS_OK; ++i) {
       if (!includes(*task, i)) continue;
       status = take_in(state[i], rows ? x + i * n : x + i, n, rows ? int64_t{1} : p, epsilon);
-      if (status == QST_SS_OK && (method & QST_SS_METHOD_STREAM_QUANTILES) != 0)
+      if (status == QST_SS_OK && answers)
         status = answer(state[i], orders, order_count, as_array<T>(task->streamQuantiles) + i * order_count);
     }
     statuses[index] = status;

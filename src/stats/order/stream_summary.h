@@ -23,7 +23,7 @@
 #include "qlx/core.h"
 #include "stats/kernels.h"
 #include "stats/order/sort.h"
-#include "stats/scratch.h"
+#include "stats/qst_ss_task.h"
 
 namespace qlx::stats {
 
@@ -92,7 +92,7 @@ bool allocate_part(StreamPart& part) {
   Scratch<char> block(entries * static_cast<int64_t>(sizeof(T) + 2 * sizeof(int32_t)) +
                       part.levels * static_cast<int64_t>(sizeof(int32_t)));
   if (!block) return false;
-  part.values = block.data();
+  part.values = block.get();
   part.rankBounds = reinterpret_cast<int32_t*>(static_cast<T*>(part.values) + entries);
   part.counts = part.rankBounds + 2 * entries;
   std::memset(part.counts, 0, sizeof(int32_t) * static_cast<size_t>(part.levels));
@@ -268,10 +268,10 @@ bool condense(StreamPart& part, T epsilon) {
   small.length = small.taken = part.taken;
   Scratch<RankStep<T>> steps(entries);
   if (!steps || !allocate_part<T>(small)) return false;
-  const int64_t count = append_part(part, steps.data());
+  const int64_t count = append_part(part, steps.get());
   Summary<T> out = level_of<T>(small, 1);
   Thinner<T> thinner(&out, small.blockSize, part.taken);
-  visit_ranks(steps.data(), count, [&](T value, int64_t rmin, int64_t rmax) { thinner.take(value, rmin, rmax); });
+  visit_ranks(steps.get(), count, [&](T value, int64_t rmin, int64_t rmax) { thinner.take(value, rmin, rmax); });
   small.counts[0] = out.count;
   qlx_serv_deallocate(part.block);
   part = small;

@@ -3,7 +3,6 @@
 #include "stats/order/weighted_median.h"
 
 #include "stats/order/sort.h"
-#include "stats/scratch.h"
 
 namespace qlx::stats {
 namespace {
@@ -44,8 +43,8 @@ int32_t weighted_median(const QstSSTask* task) {
   for (int64_t i = 0; i < p; ++i) {
     if (!includes(*task, i)) continue;
     for (int64_t j = 0; j < n; ++j) pairs[j] = {rows ? x[i * n + j] : x[j * p + i], w[j]};
-    quick_sort(Elements<Weighted<T>, 1>{pairs.data(), 1}, n);
-    as_array<T>(task->quantiles)[i] = weighted_quantile(pairs.data(), n, total, q);
+    quick_sort(Elements<Weighted<T>, 1>{pairs.get(), 1}, n);
+    as_array<T>(task->quantiles)[i] = weighted_quantile(pairs.get(), n, total, q);
   }
   return QST_SS_OK;
 }
