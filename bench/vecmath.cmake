@@ -10,3 +10,8 @@ set_source_files_properties(vecmath_peers_plain.cpp PROPERTIES
 # The vector libraries' interfaces pass AVX registers.
 set_source_files_properties(vecmath_peers_sleef.cpp vecmath_peers_mvec.cpp vecmath_peers_eigen.cpp PROPERTIES
   COMPILE_OPTIONS "-mavx")
+
+# What one marked lane costs.
+add_executable(bench_marked marked.cpp ${PROJECT_SOURCE_DIR}/tools/accuracy/kernel_list.cpp)
+target_link_libraries(bench_marked PRIVATE qlx_options qlx::qlx)
+target_include_directories(bench_marked PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tools)

@@ -64,18 +64,23 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
-// A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own.
+// A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own. A second
+// road serves all that the first one does.
 template <class Formula, class... Arguments>
 inline auto one_lane(Arguments... x) {
   using Pack = typename Formula::Pack;
-  auto result = Formula{}.formula(simd::all<Pack>(x)...);
   if constexpr (requires { &Formula::second_road; }) {
-    Formula{}.second_road(simd::all<Pack>(x)..., result.result, result.care);
-  }
-  if constexpr (requires { result.result; }) {
-    return simd::first(result.result);
-  } else {
+    const Pack zero = simd::all<Pack>(0);
+    Pack result = zero;
+    Formula{}.second_road(simd::all<Pack>(x)..., result, zero == zero);
     return simd::first(result);
+  } else {
+    const auto result = Formula{}.formula(simd::all<Pack>(x)...);
+    if constexpr (requires { result.result; }) {
+      return simd::first(result.result);
+    } else {
+      return simd::first(result);
+    }
   }
 }
 

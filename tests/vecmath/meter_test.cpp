@@ -111,6 +111,34 @@ TEST(Meter, finds_what_is_wrong_with_a_kernel) {
   EXPECT_EQ(m[kEP].relative.a, static_cast<double>(from_bits<float>(4099u * 250'000)));
 }
 
+// Errors that rise toward one argument, by a unit whenever the distance halves.
+constexpr double kSummit = 0x1.23456789abcdep3;
+void exp_hill(int32_t n, const double* a, double* r) {
+  map(n, a, r, [](double x) {
+    const auto distance = static_cast<double>(std::abs(static_cast<int64_t>(to_bits(x) - to_bits(kSummit))));
+    const double slope = 60 - std::log2(distance + 1);
+    return neighbour(std::exp(x), slope > 0 ? static_cast<int64_t>(slope) : 0);
+  });
+}
+
+TEST(Meter, search_climbs_to_the_worst_argument) {
+  const AnyKernel kernel = reinterpret_cast<AnyKernel>(exp_hill);
+  const KernelRow row{"Exp", 'd', Shape::kAR, {kernel, kernel, kernel}, {}, ""};
+  MeterOptions options;
+  options.sample.samples = 10'000;
+  options.threads = 1;  // sums in one order
+  Measurement m[3];
+  measure(row, *find_reference("Exp"), {true, false, false}, options, m);
+  EXPECT_LT(m[kLA].ulp.error, 40);  // the sample alone
+  const Measurement sampled = m[kLA];
+  options.refine = 64;
+  measure(row, *find_reference("Exp"), {true, false, false}, options, m);
+  EXPECT_EQ(m[kLA].ulp.a, kSummit);
+  EXPECT_NEAR(m[kLA].ulp.error, 60, 1);
+  EXPECT_EQ(m[kLA].count, sampled.count);
+  EXPECT_EQ(m[kLA].mean(), sampled.mean());
+}
+
 // Every reference's sieve as a kernel, rounded from the wider type: off by little more than the rounding, and never by
 // more than the slack that the meter trusts.
 const Reference* sieved;

@@ -85,7 +85,7 @@ void exact_pow(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) {
   mpfr_pow(r, a, b, kNearest);
 }
 void exact_powr(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b) {
-  if (mpfr_sgn(a) < 0) {
+  if (mpfr_sgn(a) < 0 && !mpfr_zero_p(b)) {
     mpfr_set_nan(r);
   } else {
     mpfr_pow(r, a, b, kNearest);
@@ -98,7 +98,7 @@ const std::vector<Reference>& references() {
   using std::cbrt, std::sqrt;
   constexpr auto kPow = [](auto a, auto b) { return std::pow(a, b); };
   constexpr auto kPowr = [](auto a, auto b) {
-    return a < 0 ? std::numeric_limits<decltype(a)>::quiet_NaN() : std::pow(a, b);
+    return a < 0 && b != 0 ? std::numeric_limits<decltype(a)>::quiet_NaN() : std::pow(a, b);
   };
   // The intervals are those of double; float arguments come from a sweep over bit patterns.
   static const std::vector<Reference> rows = {

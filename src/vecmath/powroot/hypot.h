@@ -8,7 +8,7 @@
 //   EP   s rounded, and the estimate, for double with its quadratic: relative error 2^-11.4, 2^-33
 //   LA   s rounded twice (1 ULP of the root), and the root to a rounding or two; where s and its root are exact, so is
 //        the result, since the errors before the last rounding are below half a unit; in double up to s = 2^29, whose
-//        product with the estimate's 24 bits is exact, and beyond that for all but one in some 100000
+//        product with the estimate's 24 bits is exact, and beyond that nearly always
 //   HA   s in two words. Each argument splits into a head of half the bits, whose square is exact, and a tail:
 //        a^2 = head^2 + (a + head) tail. The sum of the two heads' squares keeps its remainder (Knuth's sum), and the
 //        root is taken of both words, so that the result is rounded once.

@@ -14,6 +14,13 @@
 
 namespace qlx::powroot {
 
+// Below the first the power is less than half of the least denormal, 2^-151.5 and 2^-1075.5; above the second it is
+// infinite: 1780565272 as bits, and 2^683, below which only the computation knows where the infinity begins.
+template <class Real>
+constexpr Real kZeroBelow = sizeof(Real) == 4 ? std::bit_cast<float>(0x0D000000u) : 0x1p-717;
+template <class Real>
+constexpr Real kOverflowAbove = sizeof(Real) == 4 ? std::bit_cast<float>(0x6A214518u) : 0x1p683;
+
 // ---- Callout -------------------------------------------------------------------------------------------------------
 
 // Positive arguments whose root's parts or whose power leave the range. A float's power is computed in double and
@@ -37,6 +44,8 @@ inline Status pow3o2_callout(const Real* a, Real* r) {
   if (x == callout::kInfinity<Real>) return *r = x, kOk;
   if (x == 0) return *r = 0, kOk;  // +0 also for -0
   if (x < 0) return *r = callout::invalid<Real>(), kDomain;
+  if (x < kZeroBelow<Real>) return *r = callout::underflow(Real{1}), kOk;
+  if (x > kOverflowAbove<Real>) return *r = callout::overflow(Real{1}), kOverflow;
   if constexpr (sizeof(Real) == 4) {
     *r = careful_pow3o2(x);
   } else {
@@ -45,13 +54,14 @@ inline Status pow3o2_callout(const Real* a, Real* r) {
   return *r > callout::kLargest<Real> ? kOverflow : kOk;
 }
 
-// Under QVM_ERRMODE_NOERR: +0 below the first bound, whose power is less than half of the least denormal, for both
-// zeros too, and the infinity above the second. Negative arguments and NaNs stay marked.
+// Under QVM_ERRMODE_NOERR: +0 and the infinity by the two bounds, +0 for both zeros too. Negative arguments and NaNs
+// stay marked.
 template <class Pack>
-inline typename Pack::Mask take_pow3o2_short_road(typename Pack::Real zero_below, typename Pack::Real overflow_above,
-                                                  Pack x, Pack& r, typename Pack::Mask m) {
-  const auto above = x > all<Pack>(overflow_above), below = (x < all<Pack>(zero_below)) & (x >= all<Pack>(0));
-  r = simd::select(above, all<Pack>(callout::kInfinity<typename Pack::Real>), r);
+inline typename Pack::Mask take_pow3o2_short_road(Pack x, Pack& r, typename Pack::Mask m) {
+  using Real = typename Pack::Real;
+  const auto above = x > all<Pack>(kOverflowAbove<Real>);
+  const auto below = (x < all<Pack>(kZeroBelow<Real>)) & (x >= all<Pack>(0));
+  r = simd::select(above, all<Pack>(callout::kInfinity<Real>), r);
   r = simd::select(below, all<Pack>(0), r);
   return simd::without(m, above | below);
 }
@@ -64,10 +74,7 @@ inline PackF32::Mask pow3o2_needs_care(PackF32 x) {
 
 struct Pow3o2F32 {
   using Pack = PackF32;
-  Pack::Mask short_road(Pack x, Pack& r, Pack::Mask m) const {
-    // 2^-101, and 1780565272 as bits.
-    return take_pow3o2_short_road(std::bit_cast<float>(0x0D000000u), std::bit_cast<float>(0x6A214518u), x, r, m);
-  }
+  Pack::Mask short_road(Pack x, Pack& r, Pack::Mask m) const { return take_pow3o2_short_road(x, r, m); }
 };
 
 struct Pow3o2F32HA : Pow3o2F32 {
@@ -111,10 +118,7 @@ constexpr double kLeastCubed = 0x1p-600, kLargestCubed = 0x1p680;
 
 template <class Root>
 struct Pow3o2F64 : RootKernelF64<Root> {
-  // From 2^683 on the power is infinite; just below, only the callout knows.
-  PackF64::Mask short_road(PackF64 x, PackF64& r, PackF64::Mask m) const {
-    return take_pow3o2_short_road(0x1p-717, 0x1p683, x, r, m);
-  }
+  PackF64::Mask short_road(PackF64 x, PackF64& r, PackF64::Mask m) const { return take_pow3o2_short_road(x, r, m); }
 };
 
 struct Pow3o2F64HARoot {

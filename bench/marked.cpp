@@ -1,0 +1,100 @@
+// What one marked lane costs: a lane that leaves the fast path in an array of ordinary ones, for every kernel.
+// SPDX-License-Identifier: Apache-2.0
+//
+//   bench_marked [FUNCTION...]      such as sExp dPow; none: all
+//
+// Prints the ns of a call with n = 1000 where all lanes are ordinary, and what it takes longer when element 500 is a
+// NaN, a denormal, an infinity or -1: the dearest of them counts. The mode is QVM_ERRMODE_IGNORE, so that a status is
+// set and no callback runs. Each time is the least of many.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "vecmath/kernels.h"
+
+namespace {
+
+using qlx::testing::all_functions;
+using qlx::testing::Function;
+
+constexpr int kN = 1000, kRuns = 3000;
+const char* const kAccuracy[] = {"LA", "HA", "EP"};
+
+template <class Real>
+struct Kind {
+  const char* name;
+  Real value;
+};
+
+template <class Call>
+double least_ns(const Call& call) {
+  using Clock = std::chrono::steady_clock;
+  double least = std::numeric_limits<double>::infinity();
+  for (int run = 0; run < kRuns; ++run) {
+    const auto begin = Clock::now();
+    call();
+    const std::chrono::duration<double, std::nano> time = Clock::now() - begin;
+    least = std::min(least, time.count());
+  }
+  return least;
+}
+
+// The dearest lane's cost over all kernels measured.
+struct Dearest {
+  double cost = 0;
+  std::string kernel;
+};
+
+template <class Real>
+void measure(const Function<Real>& f, Dearest& dearest) {
+  using Limits = std::numeric_limits<Real>;
+  const Kind<Real> kinds[] = {
+      {"NaN", Limits::quiet_NaN()}, {"denormal", Limits::denorm_min()}, {"infinity", Limits::infinity()}, {"-1", -1}};
+  std::vector<Real> a(kN), b(kN), r(kN), s(kN);
+  for (int i = 0; i < kN; ++i) {
+    a[i] = static_cast<Real>(0.5 + 0.0195 * i);
+    b[i] = static_cast<Real>(0.5 + 0.0035 * ((i * 7) % kN));
+  }
+  for (int slot = 0; slot < 3; ++slot) {
+    if (f.row->first_slot(slot) != slot) continue;
+    const auto call = [&] { f.unit(slot, {kN, a.data(), b.data(), r.data(), s.data()}); };
+    const double ordinary = least_ns(call);
+    const Real kept = a[kN / 2];
+    double most = -std::numeric_limits<double>::infinity();
+    const char* of = "";
+    for (const Kind<Real>& kind : kinds) {
+      a[kN / 2] = kind.value;
+      const double more = least_ns(call) - ordinary;
+      if (more > most) most = more, of = kind.name;
+    }
+    a[kN / 2] = kept;
+    const bool all = f.row->first_slot(1) == 0 && f.row->first_slot(2) == 0;
+    const char* accuracy = all ? "all" : kAccuracy[slot];
+    std::printf("%-14s %-3s %9.0f %8.0f  %s\n", f.full_name.c_str(), accuracy, ordinary, most, of);
+    if (most > dearest.cost) dearest = {most, f.full_name + " " + accuracy};
+  }
+}
+
+template <class Real>
+void measure_all(int argc, char** argv, Dearest& dearest) {
+  for (const auto& f : all_functions<Real>()) {
+    bool wanted = argc == 1;
+    for (int k = 1; k < argc; ++k) wanted = wanted || f.full_name == argv[k];
+    if (wanted) measure(f, dearest);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  qlx_qvm_kernel_SetMode(QVM_ERRMODE_IGNORE);
+  std::puts("function       acc   call ns  +lane ns  dearest lane");
+  Dearest dearest;
+  measure_all<float>(argc, argv, dearest);
+  measure_all<double>(argc, argv, dearest);
+  std::printf("dearest: %s, %.0f ns\n", dearest.kernel.c_str(), dearest.cost);
+}
