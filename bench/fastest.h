@@ -21,8 +21,11 @@ inline bool take_flag(std::vector<char*>& arguments, const char* flag) {
   return std::erase_if(arguments, is_flag) > 0;
 }
 
-// Hands the rest of the command line to Google Benchmark; false, with a message, when it knows an option as little.
+// Hands the rest of the command line to Google Benchmark; false, with a message, when it knows an option as little. The
+// repetitions of all benchmarks take turns, so that a busy stretch of the machine doesn't fall on one of two alone.
 inline bool initialize(std::vector<char*>& arguments) {
+  static char interleaved[] = "--benchmark_enable_random_interleaving=true";
+  arguments.insert(arguments.begin() + 1, interleaved);
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
   return !benchmark::ReportUnrecognizedArguments(count, arguments.data());

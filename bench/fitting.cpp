@@ -6,7 +6,6 @@
 // table, of the rows that --benchmark_filter=threads selects, gives the gain of a second thread: in the time that
 // passes, which needs two idle processors, and in the processor time of the busiest thread, which tells how evenly the
 // work is shared wherever it is measured.
-#include <benchmark/benchmark.h>
 #include <gsl/gsl_interp.h>
 #include <gsl/gsl_spline.h>
 #include <time.h>  // clock_gettime: processor time of one thread
@@ -21,10 +20,13 @@
 #include <string>
 #include <vector>
 
+#include "fastest.h"
 #include "qlx/core.h"
 #include "qlx/df.h"
 
 namespace {
+
+using namespace qlx::bench;
 
 constexpr int64_t kSites = 1'000'000;
 
@@ -288,72 +290,61 @@ void add_evaluation(int64_t n, const char* points, bool sorted, double goal) {
   add_threads(task, kSites, run);
 }
 
+// One benchmark for each row.
+std::string full_name(const Row& row) {
+  return row.task + "/" + row.contender;
+}
+
 // ---- Report ----------------------------------------------------------------------------------------------------
 
-class TableReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      // Processor time, which a busy machine disturbs least.
-      const double seconds = run.cpu_accumulated_time / static_cast<double>(run.iterations);
-      auto [best, fresh] = least_.emplace(run.run_name.function_name, seconds);
-      if (!fresh) best->second = std::min(best->second, seconds);
+void print_threads() {
+  constexpr double kGoal = 1.7;
+  bool titled = false;
+  for (const ThreadsRow& row : threads_rows()) {
+    if (row.least[0] == 0) continue;
+    if (!titled) {
+      std::printf(
+          "\n| task | one thread, ns per item | two threads | gain | goal | gain in processor time |\n"
+          "|---|---|---|---|---|---|\n");
     }
+    titled = true;
+    const double unit = 1e9 / static_cast<double>(row.items), gain = row.least[0] / row.least[1];
+    std::printf("| %s | %.2f | %.2f | %.2f | %.1f %s | %.2f |\n", row.task.c_str(), row.least[0] * unit,
+                row.least[1] * unit, gain, kGoal, gain >= kGoal ? "met" : "MISSED", row.busiest[0] / row.busiest[1]);
   }
-  static void print_threads() {
-    constexpr double kGoal = 1.7;
-    bool titled = false;
-    for (const ThreadsRow& row : threads_rows()) {
-      if (row.least[0] == 0) continue;
-      if (!titled) {
-        std::printf(
-            "\n| task | one thread, ns per item | two threads | gain | goal | gain in processor time |\n"
-            "|---|---|---|---|---|---|\n");
-      }
-      titled = true;
-      const double unit = 1e9 / static_cast<double>(row.items), gain = row.least[0] / row.least[1];
-      std::printf("| %s | %.2f | %.2f | %.2f | %.1f %s | %.2f |\n", row.task.c_str(), row.least[0] * unit,
-                  row.least[1] * unit, gain, kGoal, gain >= kGoal ? "met" : "MISSED", row.busiest[0] / row.busiest[1]);
-    }
-  }
-  void print_table() const {
-    bool titled = false;
-    for (const Row& row : rows()) titled = titled || nanoseconds(row) != 0;
-    if (!titled) return;
-    std::printf("\n| task | ns per item | peers | ratio to best peer | goal |\n|---|---|---|---|---|\n");
-    for (const Row& row : rows()) {
-      if (row.contender != "qlx") continue;
-      const double ours = nanoseconds(row);
-      if (ours == 0) continue;
-      std::string peers;
-      double best = 0;
-      for (const Row& peer : rows()) {
-        const double time = nanoseconds(peer);
-        if (peer.task != row.task || &peer == &row || time == 0) continue;
-        char text[80];
-        std::snprintf(text, sizeof text, "%s%s %.2f", peers.empty() ? "" : ", ", peer.contender.c_str(), time);
-        peers += text;
-        best = best == 0 ? time : std::min(best, time);
-      }
-      std::printf("| %s | %.2f | %s | ", row.task.c_str(), ours, peers.c_str());
-      best > 0 ? std::printf("%.2f | ", ours / best) : std::printf("| ");
-      row.goal > 0 ? std::printf("%.1f %s |\n", row.goal, ours <= row.goal ? "met" : "MISSED") : std::printf(" |\n");
-    }
-  }
+}
 
- private:
-  double nanoseconds(const Row& row) const {
-    const auto found = least_.find(row.task + "/" + row.contender);
-    return found == least_.end() ? 0 : found->second * 1e9 / static_cast<double>(row.items);
+void print_table(const Fastest& fastest) {
+  const auto nanoseconds = [&fastest](const Row& row) {
+    return fastest.of(full_name(row)) / static_cast<double>(row.items);
+  };
+  bool titled = false;
+  for (const Row& row : rows()) {
+    const double ours = nanoseconds(row);
+    if (row.contender != "qlx" || std::isnan(ours)) continue;
+    if (!titled) std::printf("\n| task | ns per item | peers | ratio to best peer | goal |\n|---|---|---|---|---|\n");
+    titled = true;
+    std::string peers;
+    double best = 0;
+    for (const Row& peer : rows()) {
+      const double time = nanoseconds(peer);
+      if (peer.task != row.task || &peer == &row || std::isnan(time)) continue;
+      char text[80];
+      std::snprintf(text, sizeof text, "%s%s %.2f", peers.empty() ? "" : ", ", peer.contender.c_str(), time);
+      peers += text;
+      best = best == 0 ? time : std::min(best, time);
+    }
+    std::printf("| %s | %.2f | %s | ", row.task.c_str(), ours, peers.c_str());
+    best > 0 ? std::printf("%.2f | ", ours / best) : std::printf("| ");
+    row.goal > 0 ? std::printf("%.1f %s |\n", row.goal, ours <= row.goal ? "met" : "MISSED") : std::printf(" |\n");
   }
-  std::map<std::string, double> least_;
-};
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::vector<char*> arguments(argv, argv + argc);
+  if (!initialize(arguments)) return 2;
   add_search(1'000, "1e3 points", 20, 2);
   add_search(1'000'000, "1e6 points", 140, 12);
   add_construction("natural", qlx_df_kernel_dDFNaturalCubicSpline1D, 20, DF_BC_FREE_END, gsl_interp_cspline);
@@ -366,30 +357,14 @@ int main(int argc, char** argv) {
   add_evaluation(1'000, "1e3 points", true, 5);
   add_evaluation(1'000'000, "1e6 points", false, 200);
   add_evaluation(1'000'000, "1e6 points", true, 0);
-  for (const Row& row : rows()) {
-    benchmark::RegisterBenchmark((row.task + "/" + row.contender).c_str(),
-                                 [&row](benchmark::State& state) {
-                                   for (auto _ : state) {
-                                     row.run();
-                                     benchmark::ClobberMemory();
-                                   }
-                                 })
-        ->Unit(benchmark::kMillisecond)
-        ->UseRealTime()
-        ->Repetitions(5)
-        ->MinTime(0.05);
-  }
+  for (const Row& row : rows()) add_benchmark(full_name(row), row.run)->UseRealTime()->Repetitions(40)->MinTime(0.02);
   for (ThreadsRow& row : threads_rows()) {
     benchmark::RegisterBenchmark(("threads, " + row.task).c_str(),
                                  [&row](benchmark::State& state) { compare_threads(state, row); })
-        ->Unit(benchmark::kMillisecond)
         ->UseManualTime()
-        ->Repetitions(5)
-        ->MinTime(0.05);
+        ->Repetitions(60)
+        ->MinTime(0.02);
   }
-  benchmark::Initialize(&argc, argv);
-  TableReporter reporter;
-  benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.print_table();
-  reporter.print_threads();
+  print_table(Fastest(Clock::kProcessor));
+  print_threads();
 }

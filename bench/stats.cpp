@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <random>
@@ -292,7 +293,7 @@ int main(int argc, char** argv) {
   for (const Case& c : all)
     add_benchmark(full_name(c), [&c] { c.run(work(c.n, c.p, c.storage)); })
         ->UseRealTime()
-        ->Repetitions(15)
+        ->Repetitions(40)
         ->MinTime(0.01);
   const Fastest fastest(Clock::kProcessor);
   if (growth) {
