@@ -7,7 +7,7 @@
 namespace qlx::shell {
 
 template <class Real>
-void walk(uint32_t bits, int32_t index, SavedBlock<Real>& block, const Views<Real>& views, const Callout<Real>& callout,
+void walk(uint32_t bits, int32_t index, SavedPass<Real>& block, const Views<Real>& views, const Callout<Real>& callout,
           const char* name) {
   const bool two_results = callout.two_results != nullptr;
   for (; bits != 0; bits &= bits - 1) {
@@ -31,7 +31,7 @@ void walk(uint32_t bits, int32_t index, SavedBlock<Real>& block, const Views<Rea
   }
 }
 
-template void walk(uint32_t, int32_t, SavedBlock<float>&, const Views<float>&, const Callout<float>&, const char*);
-template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<double>&, const Callout<double>&, const char*);
+template void walk(uint32_t, int32_t, SavedPass<float>&, const Views<float>&, const Callout<float>&, const char*);
+template void walk(uint32_t, int32_t, SavedPass<double>&, const Views<double>&, const Callout<double>&, const char*);
 
 }  // namespace qlx::shell

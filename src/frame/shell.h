@@ -68,7 +68,10 @@ struct UnitArray {
     return simd::load_first(base + i, count, simd::all<Pack>(filler));
   }
   void store(int32_t i, Pack x) const { simd::store(base + i, x); }
-  void store_first(int32_t i, int count, Pack x) const { simd::store_first(base + i, count, x); }
+  void store_first(int32_t i, int count, Pack x) const {
+    if (count == Pack::kLanes) return store(i, x);  // some processors take long over masked stores
+    simd::store_first(base + i, count, x);
+  }
   View<Element> view() const { return {base, 1}; }
 };
 
@@ -118,15 +121,17 @@ struct None {};
 
 // ---- The walk of marked lanes, out of line and shared by all kernels of a type
 
-constexpr int kMaxBlock = 32;
+constexpr int kMaxPass = 32;
 
-// Arguments and results of one block, saved from the registers. Functions of one argument (result) use the first row.
+// Arguments and results of one pass, and its marks as the bits of masks. Functions of one argument (result) use the
+// first row.
 template <class Real>
-struct SavedBlock {
-  alignas(32) Real a[kMaxBlock];
-  alignas(32) Real b[kMaxBlock];
-  alignas(32) Real r[kMaxBlock];
-  alignas(32) Real s[kMaxBlock];
+struct SavedPass {
+  alignas(32) Real a[kMaxPass];
+  alignas(32) Real b[kMaxPass];
+  alignas(32) Real r[kMaxPass];
+  alignas(32) Real s[kMaxPass];
+  alignas(32) Real care[kMaxPass];
 };
 
 // The caller's arrays as reports see them; a missing second one repeats the first.
@@ -147,19 +152,19 @@ struct Callout {
 // Calls the callout for each lane of `bits` in ascending order, and reports those that ask for it. Lane k is element
 // index + k.
 template <class Real>
-[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedBlock<Real>& block, const Views<Real>& views,
+[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedPass<Real>& block, const Views<Real>& views,
                         const Callout<Real>& callout, const char* name);
-extern template void walk(uint32_t, int32_t, SavedBlock<float>&, const Views<float>&, const Callout<float>&,
+extern template void walk(uint32_t, int32_t, SavedPass<float>&, const Views<float>&, const Callout<float>&,
                           const char*);
-extern template void walk(uint32_t, int32_t, SavedBlock<double>&, const Views<double>&, const Callout<double>&,
+extern template void walk(uint32_t, int32_t, SavedPass<double>&, const Views<double>&, const Callout<double>&,
                           const char*);
 
 // ---- The run over a vector
 
 // Formula, its arrays, and the passes over them. B and S are None for functions without a second argument or result.
 //
-// A fast pass only asks whether any of its lanes needs care, and leaves such a block, before it has stored anything, to
-// careful_pass, which begins anew. So neither arguments nor masks stay in registers beyond the formula.
+// A fast pass only asks whether any of its lanes needs care, and leaves such a pass, before it has stored anything, to
+// careful_pass, which loads the arguments anew. So they don't stay in registers beyond the formula.
 template <class Formula, class A, class B, class R, class S>
 class Run {
   using Pack = typename Formula::Pack;
@@ -187,7 +192,7 @@ class Run {
       return Formula::kBlock < kFour ? kFour : Formula::kBlock;
     }
   }();
-  static_assert(Formula::kBlock <= kMaxBlock && Formula::kBlock % kLanes == 0 && kPass % Formula::kBlock == 0);
+  static_assert(kPass <= kMaxPass && Formula::kBlock % kLanes == 0 && kPass % Formula::kBlock == 0);
 
  public:
   Run(const Formula& formula, const A& a, const B& b, const R& r, const S& s, uint32_t mode, const char* name)
@@ -223,7 +228,7 @@ class Run {
   };
 
   // Arrays as short as a few blocks don't win back the extra register.
-  static constexpr int32_t kAlignFrom = 4 * kMaxBlock;
+  static constexpr int32_t kAlignFrom = 4 * kMaxPass;
 
   // Does the elements before the result's first register boundary, and returns their number.
   [[gnu::always_inline]] int32_t align_stores() const {
@@ -255,8 +260,11 @@ class Run {
       Mask care = x[0].care;
 #pragma GCC unroll 8
       for (int j = 1; j < kRegisters; ++j) care = care | x[j].care;
-      if (simd::any(care)) [[unlikely]]
-        return careful_pass(*this, i, kRegisters * kLanes);
+      if (simd::any(care)) [[unlikely]] {
+        SavedPass<Real> saved;
+        for (int j = 0; j < kRegisters; ++j) save_results(x[j], saved, j * kLanes);
+        return careful_pass(*this, i, kRegisters * kLanes, saved);
+      }
     }
 #pragma GCC unroll 8
     for (int j = 0; j < kRegisters; ++j) {
@@ -269,56 +277,67 @@ class Run {
     Lanes x = load_first(i, count);
     compute(x);
     if constexpr (kHasCare) {
-      if (simd::any(x.care & simd::first_lanes(x.care, count))) [[unlikely]]
-        return careful_pass(*this, i, count);
+      if (simd::any(x.care & simd::first_lanes(x.care, count))) [[unlikely]] {
+        SavedPass<Real> saved;
+        save_results(x, saved, 0);
+        return careful_pass(*this, i, count, saved);
+      }
     }
     store_first(x, i, count);
   }
 
-  // A pass with lanes that need care, block by block. By value, so that the fast path's run never has an address and
-  // stays in registers.
-  [[gnu::noinline, gnu::cold]] static void careful_pass(const Run run, int32_t i, int count) {
-    constexpr int kBlock = Formula::kBlock;
-    for (; count > kBlock; i += kBlock, count -= kBlock) run.careful_block(i, kBlock);
-    run.careful_block(i, count);
+  // A pass with lanes that need care, block by block: mending, the walk, the store. By value, so that the fast path's
+  // run never has an address and stays in registers.
+  [[gnu::noinline, gnu::cold]] static void careful_pass(const Run run, int32_t i, int count, SavedPass<Real>& saved) {
+    const Views<Real> views = run.views();
+    for (int block = 0; block < count; block += Formula::kBlock) {
+      const int end = count - block < Formula::kBlock ? count : block + Formula::kBlock;
+      const auto each_register = [block, end](const auto& body) {
+        for (int k = block; k < end; k += kLanes) body(k, end - k < kLanes ? end - k : kLanes);
+      };
+      uint32_t bits = 0;
+      each_register([&](int k, int lanes) { bits |= run.marks(i, k, lanes, saved) << k; });
+      if (bits != 0) walk(bits, i, saved, views, callout(), run.name_);
+      each_register([&](int k, int lanes) {
+        Lanes x;
+        x.r = simd::load(saved.r + k);
+        if constexpr (kTwoResults) x.s = simd::load(saved.s + k);
+        run.store_first(x, i + k, lanes);
+      });
+    }
   }
 
-  // First the second road, then the short one, when no report is wanted, then the walk.
-  void careful_block(int32_t i, int count) const {
-    SavedBlock<Real> block;
-    uint32_t bits = 0;
-    const auto each_register = [count](const auto& body) {
-      for (int k = 0; k < count; k += kLanes) body(k, count - k < kLanes ? count - k : kLanes);
-    };
-    each_register([&](int k, int lanes) {
-      Lanes x = load_first(i + k, lanes);
-      compute(x);
-      x.care = x.care & simd::first_lanes(x.care, lanes);
-      take_second_road(x);
-      take_short_road(x);
-      bits |= simd::lane_bits(x.care) << k;
-      save(x, block, k);
-    });
-    if (bits != 0) walk(bits, i, block, views(), callout(), name_);
-    each_register([&](int k, int lanes) {
-      Lanes x;
-      x.r = simd::load(block.r + k);
-      if constexpr (kTwoResults) x.s = simd::load(block.s + k);
-      store_first(x, i + k, lanes);
-    });
+  // The lanes of a register left to the callout: those marked, without what the second road and, when no report is
+  // wanted, the short one can mend.
+  uint32_t marks(int32_t i, int k, int lanes, SavedPass<Real>& saved) const {
+    Lanes x = load_first(i + k, lanes);
+    x.r = simd::load(saved.r + k);
+    if constexpr (kMarksOnTheWay) {
+      x.care = Mask{simd::load(saved.care + k).v};
+    } else {
+      mark(x);
+    }
+    x.care = x.care & simd::first_lanes(x.care, lanes);
+    if (!simd::any(x.care)) return 0;
+    take_second_road(x);
+    take_short_road(x);
+    save_arguments(x, saved, k);
+    simd::store_aligned(saved.r + k, x.r);
+    return simd::lane_bits(x.care);
   }
 
   // The lanes are computed together, and mended and stored one after the other, as if each had a pass of its own.
   void element_pass(int32_t i, int count) const {
     Lanes x = load_first(i, count);
     compute(x);
-    SavedBlock<Real> block;
+    SavedPass<Real> block;
     uint32_t bits = 0;
     if constexpr (kHasCare) {
       take_second_road(x);
       bits = simd::lane_bits(x.care);
     }
-    save(x, block, 0);
+    save_arguments(x, block, 0);
+    save_results(x, block, 0);
     const Views<Real> views = this->views();
     for (int k = 0; k < count; ++k) {
       if constexpr (kHasCare) {
@@ -358,20 +377,26 @@ class Run {
     } else {
       x.r = result;
     }
-    if constexpr (kHasCare && !kMarksOnTheWay) {
-      if constexpr (kTwoArguments) {
-        x.care = formula_.needs_care(x.a, x.b);
-      } else {
-        x.care = formula_.needs_care(x.a);
-      }
+    if constexpr (kHasCare && !kMarksOnTheWay) mark(x);
+  }
+
+  [[gnu::always_inline]] void mark(Lanes& x) const {
+    if constexpr (kTwoArguments) {
+      x.care = formula_.needs_care(x.a, x.b);
+    } else {
+      x.care = formula_.needs_care(x.a);
     }
   }
 
-  static void save(const Lanes& x, SavedBlock<Real>& block, int k) {
-    simd::store_aligned(block.a + k, x.a);
-    simd::store_aligned(block.r + k, x.r);
-    if constexpr (kTwoArguments) simd::store_aligned(block.b + k, x.b);
-    if constexpr (kTwoResults) simd::store_aligned(block.s + k, x.s);
+  [[gnu::always_inline]] static void save_arguments(const Lanes& x, SavedPass<Real>& saved, int k) {
+    simd::store_aligned(saved.a + k, x.a);
+    if constexpr (kTwoArguments) simd::store_aligned(saved.b + k, x.b);
+  }
+  // And the marks, unless they are as easily made again.
+  [[gnu::always_inline]] static void save_results(const Lanes& x, SavedPass<Real>& saved, int k) {
+    simd::store_aligned(saved.r + k, x.r);
+    if constexpr (kTwoResults) simd::store_aligned(saved.s + k, x.s);
+    if constexpr (kMarksOnTheWay) simd::store_aligned(saved.care + k, Pack{x.care.v});
   }
 
   void take_second_road(Lanes& x) const {
