@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // trunc(x) is exact, and so is x - trunc(x), whose bits are the low bits of x. The sign bit of x is put on the
-// fraction, so that an integral x gives a zero of its own sign. Infinities and NaNs, the lanes whose difference is a NaN,
-// go to the callout, which works on the bits.
+// fraction, so that an integral x gives a zero of its own sign. Infinities and NaNs, the lanes whose difference is a
+// NaN, go to the callout, which works on the bits.
 #pragma once
 
 #include <bit>
