@@ -73,7 +73,7 @@ void add_run(const std::string& name, int n, Run run) {
       ->Iterations(n == kLong    ? 1
                    : n == kShort ? 16
                                  : 1000)
-      ->Repetitions(n == kLong ? 20 : 300);
+      ->Repetitions(n == kLong ? 60 : 300);
 }
 
 template <class Real>
