@@ -37,7 +37,7 @@ struct DFTask {
 };
 
 // Gives an exported function a second name in its translation unit. gcc misses nothrow on the second name, since every
-// target has it here, built without exceptions; to clang it is an exception specification that the header lacks.
+// target has it here, built without exceptions; to clang it is a noexcept that the header lacks.
 #ifdef __clang__
 #define QLX_DF_ALIAS(DECLARATION, TARGET) extern "C" DECLARATION __attribute__((alias(#TARGET)));
 #else
