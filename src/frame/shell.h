@@ -15,9 +15,9 @@
 //     static Status callout(const float *a, float *r);     // always stores a result
 //     Pack::Mask short_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: under QVM_ERRMODE_NOERR, mends lanes
 //                                                          // in r and takes them out of m
-//     Pack::Mask second_road(Pack a, Pack &r, Pack::Mask m) const;  // optional: the same before all else, in any mode;
-//                                                          // for a formula that serves the usual lanes at less cost
-//     static constexpr bool kNeverReports = true;          // optional: every status of the callout is 0
+//     Pack second_formula(Pack a) const;                   // optional: serves marked lanes, in any mode, but those of
+//     Pack::Mask second_care(Pack a) const;                // this; for a formula that serves the usual ones at less
+//     cost static constexpr bool kNeverReports = true;          // optional: every status of the callout is 0
 //   };
 //
 // Two arguments: formula(a, b), needs_care(a, b), callout(a, b, r). Two results: formula returns Two<Pack>, and the
@@ -28,6 +28,7 @@
 // ascending order, each stored before its report; the other lanes of the block are stored after the last report.
 #pragma once
 
+#include <bit>
 #include <type_traits>
 
 #include "frame/control_words.h"
@@ -123,8 +124,9 @@ struct None {};
 
 constexpr int kMaxPass = 32;
 
-// Arguments and results of one pass, and its marks as the bits of masks. Functions of one argument (result) use the
-// first row.
+// Arguments and results of one pass, its marks as the bits of masks, and what callouts and reports make of the marked
+// lanes: kept apart, since a register that is loaded over a lane just stored waits for that store. Functions of one
+// argument (result) use the first row.
 template <class Real>
 struct SavedPass {
   alignas(32) Real a[kMaxPass];
@@ -132,32 +134,26 @@ struct SavedPass {
   alignas(32) Real r[kMaxPass];
   alignas(32) Real s[kMaxPass];
   alignas(32) Real care[kMaxPass];
+  Real mended_r[kMaxPass];
+  Real mended_s[kMaxPass];
+  uint32_t marked = 0;  // lanes left to the callout
+  int stored = 0;       // elements of the pass that stand in the result already
 };
 
-// The caller's arrays as reports see them; a missing second one repeats the first.
+// The callout of lane k, and the report of what it returned: lane k is element i of the run's arrays.
 template <class Real>
-struct Views {
-  View<const Real> a, b;
-  View<Real> r, s;
-};
-
-// Exactly one is set.
-template <class Real>
-struct Callout {
-  Status (*one)(const Real*, Real*) = nullptr;
-  Status (*two_arguments)(const Real*, const Real*, Real*) = nullptr;
-  Status (*two_results)(const Real*, Real*, Real*) = nullptr;
+struct Care {
+  Status (*callout)(SavedPass<Real>& saved, int k);
+  void (*report)(const void* run, Status status, int32_t i, SavedPass<Real>& saved, int k);
+  const void* run;
 };
 
 // Calls the callout for each lane of `bits` in ascending order, and reports those that ask for it. Lane k is element
 // index + k.
 template <class Real>
-[[gnu::cold]] void walk(uint32_t bits, int32_t index, SavedPass<Real>& block, const Views<Real>& views,
-                        const Callout<Real>& callout, const char* name);
-extern template void walk(uint32_t, int32_t, SavedPass<float>&, const Views<float>&, const Callout<float>&,
-                          const char*);
-extern template void walk(uint32_t, int32_t, SavedPass<double>&, const Views<double>&, const Callout<double>&,
-                          const char*);
+void walk(uint32_t bits, int32_t index, SavedPass<Real>& saved, const Care<Real>& care);
+extern template void walk(uint32_t, int32_t, SavedPass<float>&, const Care<float>&);
+extern template void walk(uint32_t, int32_t, SavedPass<double>&, const Care<double>&);
 
 // ---- The run over a vector
 
@@ -181,6 +177,9 @@ class Run {
     }
   }();
   static constexpr bool kHasCare = kMarksOnTheWay || requires(Formula f) { &Formula::needs_care; };
+  static constexpr bool kHasSecondRoad = requires { &Formula::second_formula; };
+  static constexpr bool kHasShortRoad = requires { &Formula::short_road; };
+  static constexpr uint32_t kAllLanes = (1u << kLanes) - 1;
   static constexpr bool kReports = kHasCare && !requires { Formula::kNeverReports; };
   // Elements that a pass of the unit-stride loop takes. The chains of four registers side by side hide most of each
   // other's latency, and the sixteen registers of the processor hold them.
@@ -250,10 +249,7 @@ class Run {
   [[gnu::always_inline]] void pass(int32_t i) const {
     Lanes x[kRegisters];
 #pragma GCC unroll 8
-    for (int j = 0; j < kRegisters; ++j) {
-      x[j].a = a_.load(i + j * kLanes);
-      if constexpr (kTwoArguments) x[j].b = b_.load(i + j * kLanes);
-    }
+    for (int j = 0; j < kRegisters; ++j) x[j] = load(i + j * kLanes);
 #pragma GCC unroll 8
     for (int j = 0; j < kRegisters; ++j) compute(x[j]);
     if constexpr (kHasCare) {
@@ -286,44 +282,80 @@ class Run {
     store_first(x, i, count);
   }
 
-  // A pass with lanes that need care, block by block: mending, the walk, the store. By value, so that the fast path's
-  // run never has an address and stays in registers.
-  [[gnu::noinline, gnu::cold]] static void careful_pass(const Run run, int32_t i, int count, SavedPass<Real>& saved) {
-    const Views<Real> views = run.views();
-    for (int block = 0; block < count; block += Formula::kBlock) {
-      const int end = count - block < Formula::kBlock ? count : block + Formula::kBlock;
-      const auto each_register = [block, end](const auto& body) {
-        for (int k = block; k < end; k += kLanes) body(k, end - k < kLanes ? end - k : kLanes);
-      };
-      uint32_t bits = 0;
-      each_register([&](int k, int lanes) { bits |= run.marks(i, k, lanes, saved) << k; });
-      if (bits != 0) walk(bits, i, saved, views, callout(), run.name_);
-      each_register([&](int k, int lanes) {
-        Lanes x;
-        x.r = simd::load(saved.r + k);
-        if constexpr (kTwoResults) x.s = simd::load(saved.s + k);
-        run.store_first(x, i + k, lanes);
-      });
-    }
+  // A pass with lanes that need care: mending, the walk, the store. By value, so that the fast path's run never has an
+  // address and stays in registers. Where the marks are decides addresses and counts of loops, hardly ever a jump: the
+  // processor has one misprediction to pay, that of coming here. Not "cold", which would optimize it for size.
+  [[gnu::noinline]] static void careful_pass(const Run run, int32_t i, int count, SavedPass<Real>& saved) {
+    uint32_t bits = 0;
+    for (int k = 0; k < count; k += kLanes) bits |= run.marks(i, k, lanes_from(k, count), saved) << k;
+    if constexpr (kHasSecondRoad) bits = run.take_second_road(count, bits, saved);
+    if constexpr (kHasShortRoad) bits = run.take_short_road(bits, saved);
+    saved.marked = bits;
+    if (bits != 0) walk(bits, i, saved, run.care());
+    run.store_up_to(i, count, saved);
+  }
+  static int lanes_from(int k, int end) {
+    return end - k < kLanes ? end - k : kLanes;
   }
 
-  // The lanes of a register left to the callout: those marked, without what the second road and, when no report is
-  // wanted, the short one can mend.
-  uint32_t marks(int32_t i, int k, int lanes, SavedPass<Real>& saved) const {
-    Lanes x = load_first(i + k, lanes);
-    x.r = simd::load(saved.r + k);
+  // Stores what is not stored of the pass's first `count` elements.
+  [[gnu::always_inline]] void store_up_to(int32_t i, int count, SavedPass<Real>& saved) const {
+    for (int k = saved.stored; k < count; k += kLanes) {
+      Lanes x;
+      x.r = simd::load(saved.r + k);
+      if constexpr (kTwoResults) x.s = simd::load(saved.s + k);
+      store_first(x, i + k, lanes_from(k, count));
+    }
+    const auto up_to = [](int k) { return (uint64_t{1} << k) - 1; };
+    for (uint64_t bits = saved.marked & up_to(count) & ~up_to(saved.stored); bits != 0; bits &= bits - 1) {
+      store_mended(i, std::countr_zero(bits), saved);
+    }
+    saved.stored = count;
+  }
+
+  // The marked lanes of a register, whose arguments are saved.
+  [[gnu::always_inline]] uint32_t marks(int32_t i, int k, int lanes, SavedPass<Real>& saved) const {
+    Lanes x = lanes == kLanes ? load(i + k) : load_first(i + k, lanes);
     if constexpr (kMarksOnTheWay) {
       x.care = Mask{simd::load(saved.care + k).v};
     } else {
       mark(x);
     }
-    x.care = x.care & simd::first_lanes(x.care, lanes);
-    if (!simd::any(x.care)) return 0;
-    take_second_road(x);
-    take_short_road(x);
     save_arguments(x, saved, k);
-    simd::store_aligned(saved.r + k, x.r);
-    return simd::lane_bits(x.care);
+    return simd::lane_bits(x.care & simd::first_lanes(x.care, lanes));
+  }
+
+  // Both roads mend the results of lanes and return the bits of those left. The second one takes whole passes, for the
+  // arrays that need it everywhere.
+  uint32_t take_second_road(int count, uint32_t bits, SavedPass<Real>& saved) const {
+    uint32_t left = 0;
+    for (int k = 0; k < count; k += kLanes) {
+      const Mask care = of_arguments(saved_lanes(k, saved), [&](auto... a) { return formula_.second_care(a...); });
+      left |= simd::lane_bits(care) << k;
+    }
+    left &= bits;
+    if (left == bits) return left;
+    for (int k = 0; k < count; k += kLanes) {
+      const Lanes x = saved_lanes(k, saved);
+      const Pack second = of_arguments(x, [&](auto... a) { return formula_.second_formula(a...); });
+      simd::store_aligned(saved.r + k, simd::select(simd::lanes_of_bits(x.care, (bits & ~left) >> k), second, x.r));
+    }
+    return left;
+  }
+  // Only where no report is wanted.
+  uint32_t take_short_road(uint32_t bits, SavedPass<Real>& saved) const {
+    if ((mode_ & QVM_ERRMODE_MASK) != QVM_ERRMODE_NOERR) return bits;
+    for (uint32_t to_do = bits; to_do != 0;) {
+      const int k = std::countr_zero(to_do) / kLanes * kLanes;
+      const uint32_t lanes = kAllLanes << k;
+      to_do &= ~lanes;
+      Lanes x = saved_lanes(k, saved);
+      const Mask care = simd::lanes_of_bits(x.care, bits >> k);
+      x.care = of_arguments(x, [&](auto... a) { return formula_.short_road(a..., x.r, care); });
+      simd::store_aligned(saved.r + k, x.r);
+      bits = (bits & ~lanes) | simd::lane_bits(x.care) << k;
+    }
+    return bits;
   }
 
   // The lanes are computed together, and mended and stored one after the other, as if each had a pass of its own.
@@ -331,23 +363,28 @@ class Run {
     Lanes x = load_first(i, count);
     compute(x);
     SavedPass<Real> block;
-    uint32_t bits = 0;
-    if constexpr (kHasCare) {
-      take_second_road(x);
-      bits = simd::lane_bits(x.care);
-    }
     save_arguments(x, block, 0);
     save_results(x, block, 0);
-    const Views<Real> views = this->views();
+    uint32_t bits = 0;
+    if constexpr (kHasCare) bits = simd::lane_bits(x.care);
+    if constexpr (kHasSecondRoad) bits = take_second_road(kLanes, bits, block);
     for (int k = 0; k < count; ++k) {
-      if constexpr (kHasCare) {
-        if (bits >> k & 1) walk(uint32_t{1} << k, i, block, views, callout(), name_);
+      if (bits >> k & 1) {
+        walk(uint32_t{1} << k, i, block, care());
+        store_mended(i, k, block);
+        continue;
       }
-      views.r[i + k] = block.r[k];
-      if constexpr (kTwoResults) views.s[i + k] = block.s[k];
+      r_.view()[i + k] = block.r[k];
+      if constexpr (kTwoResults) s_.view()[i + k] = block.s[k];
     }
   }
 
+  [[gnu::always_inline]] Lanes load(int32_t i) const {
+    Lanes x;
+    x.a = a_.load(i);
+    if constexpr (kTwoArguments) x.b = b_.load(i);
+    return x;
+  }
   // A register that may end early.
   [[gnu::always_inline]] Lanes load_first(int32_t i, int count) const {
     Lanes x;
@@ -361,13 +398,8 @@ class Run {
   }
 
   [[gnu::always_inline]] void compute(Lanes& x) const {
-    const auto result = [&] {
-      if constexpr (kTwoArguments) {
-        return formula_.formula(x.a, x.b);
-      } else {
-        return formula_.formula(x.a);
-      }
-    }();
+    const auto result = of_arguments(
+        x, [this](auto... a) __attribute__((always_inline)) { return formula_.formula(a...); });
     if constexpr (kMarksOnTheWay) {
       x.r = result.result;
       x.care = result.care;
@@ -381,11 +413,8 @@ class Run {
   }
 
   [[gnu::always_inline]] void mark(Lanes& x) const {
-    if constexpr (kTwoArguments) {
-      x.care = formula_.needs_care(x.a, x.b);
-    } else {
-      x.care = formula_.needs_care(x.a);
-    }
+    x.care = of_arguments(
+        x, [this](auto... a) __attribute__((always_inline)) { return formula_.needs_care(a...); });
   }
 
   [[gnu::always_inline]] static void save_arguments(const Lanes& x, SavedPass<Real>& saved, int k) {
@@ -399,51 +428,63 @@ class Run {
     if constexpr (kMarksOnTheWay) simd::store_aligned(saved.care + k, Pack{x.care.v});
   }
 
-  void take_second_road(Lanes& x) const {
-    if constexpr (requires { &Formula::second_road; }) {
-      if constexpr (kTwoArguments) {
-        x.care = formula_.second_road(x.a, x.b, x.r, x.care);
-      } else {
-        x.care = formula_.second_road(x.a, x.r, x.care);
-      }
-    }
+  // Arguments and result of a register that are saved.
+  [[gnu::always_inline]] static Lanes saved_lanes(int k, const SavedPass<Real>& saved) {
+    Lanes x;
+    x.a = simd::load(saved.a + k);
+    if constexpr (kTwoArguments) x.b = simd::load(saved.b + k);
+    x.r = simd::load(saved.r + k);
+    return x;
   }
-  void take_short_road(Lanes& x) const {
-    if constexpr (requires { &Formula::short_road; }) {
-      if ((mode_ & QVM_ERRMODE_MASK) != QVM_ERRMODE_NOERR) return;
-      if constexpr (kTwoArguments) {
-        x.care = formula_.short_road(x.a, x.b, x.r, x.care);
-      } else {
-        x.care = formula_.short_road(x.a, x.r, x.care);
-      }
-    }
-  }
-
-  Views<Real> views() const {
-    Views<Real> v;
-    const auto a = a_.view();
-    v.a = {a.base, a.stride};
-    v.b = v.a;
+  template <class Of>
+  [[gnu::always_inline]] static auto of_arguments(const Lanes& x, const Of& of) {
     if constexpr (kTwoArguments) {
-      const auto b = b_.view();
-      v.b = {b.base, b.stride};
+      return of(x.a, x.b);
+    } else {
+      return of(x.a);
     }
-    v.r = r_.view();
-    v.s = v.r;
-    if constexpr (kTwoResults) v.s = s_.view();
-    return v;
   }
 
-  static constexpr Callout<Real> callout() {
-    Callout<Real> c;
-    if constexpr (kTwoResults) {
-      c.two_results = Formula::callout;
-    } else if constexpr (kTwoArguments) {
-      c.two_arguments = Formula::callout;
+  // A lane as its callout, or the report of it, has left it.
+  void store_mended(int32_t i, int k, const SavedPass<Real>& saved) const {
+    r_.view()[i + k] = saved.mended_r[k];
+    if constexpr (kTwoResults) s_.view()[i + k] = saved.mended_s[k];
+  }
+
+  Care<Real> care() const {
+    if constexpr (kHasCare) {
+      return {call_out, report_lane, this};
     } else {
-      c.one = Formula::callout;
+      return {};
     }
-    return c;
+  }
+
+  static Status call_out(SavedPass<Real>& saved, int k) {
+    if constexpr (kTwoResults) {
+      return Formula::callout(saved.a + k, saved.mended_r + k, saved.mended_s + k);
+    } else if constexpr (kTwoArguments) {
+      return Formula::callout(saved.a + k, saved.b + k, saved.mended_r + k);
+    } else {
+      return Formula::callout(saved.a + k, saved.mended_r + k);
+    }
+  }
+
+  // Earlier blocks and the result stand in the array while it is reported, and what the report leaves there is the
+  // result. A missing second argument or result repeats the first.
+  [[gnu::cold]] static void report_lane(const void* run, Status status, int32_t i, SavedPass<Real>& saved, int k) {
+    const Run& self = *static_cast<const Run*>(run);
+    const auto constant = [](const auto& array) { return View<const Real>{array.view().base, array.view().stride}; };
+    const View<const Real> a = constant(self.a_);
+    const View<Real> r = self.r_.view();
+    View<const Real> b = a;
+    View<Real> s = r;
+    if constexpr (kTwoArguments) b = constant(self.b_);
+    if constexpr (kTwoResults) s = self.s_.view();
+    self.store_up_to(i - k, k / Formula::kBlock * Formula::kBlock, saved);
+    self.store_mended(i - k, k, saved);
+    report(status, i, a, b, r, s, self.name_);
+    saved.mended_r[k] = r[i];
+    if constexpr (kTwoResults) saved.mended_s[k] = s[i];
   }
 
   const Formula formula_;

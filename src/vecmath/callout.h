@@ -64,23 +64,14 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
-// A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own. A second
-// road serves all that the first one does.
+// A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own.
 template <class Formula, class... Arguments>
 inline auto one_lane(Arguments... x) {
-  using Pack = typename Formula::Pack;
-  if constexpr (requires { &Formula::second_road; }) {
-    const Pack zero = simd::all<Pack>(0);
-    Pack result = zero;
-    Formula{}.second_road(simd::all<Pack>(x)..., result, zero == zero);
-    return simd::first(result);
+  const auto result = Formula{}.formula(simd::all<typename Formula::Pack>(x)...);
+  if constexpr (requires { result.result; }) {
+    return simd::first(result.result);
   } else {
-    const auto result = Formula{}.formula(simd::all<Pack>(x)...);
-    if constexpr (requires { result.result; }) {
-      return simd::first(result.result);
-    } else {
-      return simd::first(result);
-    }
+    return simd::first(result);
   }
 }
 

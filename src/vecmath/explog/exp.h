@@ -15,7 +15,8 @@
 // (Sterbenz); the rounding that remains is that of r itself. In HA the table's value stands alone until the last
 // addition, whose other term is small: below 2^-3 of it in float and 2^-7 in double, with an error of some 2^-25
 // (2^-54) of itself, so that the result is the correctly rounded one plus little. Polynomials are 1 + r + ...: e^0
-// is 1. All coefficients are given.
+// is 1. All coefficients are given. The power of two comes last: products before it stay normal, also where denormals
+// are flushed.
 #pragma once
 
 #include "vecmath/explog/exp_core.h"
@@ -130,8 +131,8 @@ struct ExpF64LA : ExpF64 {
     // ln 2 / 1024: 31 bits, and n has 21.
     const Pack r = (x - n * all<Pack>(0x1.62e42fecp-11)) - n * all<Pack>(0x1.d1cf79abc9e3bp-42);
     const Pack q = r + (r * r) * (all<Pack>(0.50000000357965391) + r * all<Pack>(1.0 / 6));
-    const Pack t = simd::look_up_scaled<10>(kExp2Row1024, y);
-    return t + t * q;
+    const Pack t = simd::look_up_below<10>(kExp2Row1024, y);
+    return simd::add_to_exponent<10>(t + t * q, y);
   }
 };
 
@@ -153,8 +154,8 @@ struct ExpF64EP : ExpF64 {
   Pack formula(Pack x) const {
     const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kShifterF64);
     const Pack r = x - (y - all<Pack>(kShifterF64)) * all<Pack>(0x1.62e42fefa39efp-8);
-    const Pack t = simd::look_up_scaled<7>(kExp2Row128, y);
-    return t + t * (r + (r * r) * all<Pack>(0.49999908361121337));
+    const Pack t = simd::look_up_below<7>(kExp2Row128, y);
+    return simd::add_to_exponent<7>(t + t * (r + (r * r) * all<Pack>(0.49999908361121337)), y);
   }
 };
 

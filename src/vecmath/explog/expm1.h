@@ -58,6 +58,12 @@ inline typename Pack::Mask take_expm1_short_road(typename Pack::Real overflow_ab
   return simd::without(m, above | below);
 }
 
+// x's sign is the result's, also for -0.
+template <class Pack>
+inline Pack signed_as(Pack x, Pack result) {
+  return result | (x & simd::sign_bit<Pack>());
+}
+
 struct Expm1F32 {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
@@ -88,6 +94,7 @@ struct Expm1Parts {
 
 struct Expm1TwoPartsF32 : Expm1F32 {
   static constexpr uint32_t kUpper = 0xFFFFF000;
+  static constexpr float kItself = 0x1p-25f;
   static Expm1Parts<Pack> parts(Pack x) {
     constexpr float kShifter = simd::shifter_f32(0, 127 * 64);
     const Pack y = x * all<Pack>(0x1.715476p+6f) + all<Pack>(kShifter);
@@ -103,6 +110,7 @@ struct Expm1TwoPartsF32 : Expm1F32 {
 
 struct Expm1TwoPartsF64 : Expm1F64 {
   static constexpr uint64_t kUpper = 0xFFFFFFFFF8000000;
+  static constexpr double kItself = 0x1p-54;
   static Expm1Parts<Pack> parts(Pack x) {
     constexpr double kShifter = simd::shifter_f64(0, 1023 * 128);
     const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kShifter);
@@ -127,7 +135,7 @@ struct Expm1LA : TwoParts {
     const Expm1Parts<Pack> y = TwoParts::parts(x);
     const Pack r = y.upper - y.lower;
     const Pack t = y.row_upper + y.row_lower;
-    return (y.row_upper - all<Pack>(1)) + (y.row_lower + t * (r + TwoParts::above_linear(r)));
+    return signed_as(x, (y.row_upper - all<Pack>(1)) + (y.row_lower + t * (r + TwoParts::above_linear(r))));
   }
 };
 
@@ -151,7 +159,8 @@ struct Expm1HA : TwoParts {
     const Pack sum_error = b - (sum - a);
     const Pack t = y.row_upper + y.row_lower;
     const Pack low = (t * tail + y.row_lower * head) + y.row_lower;
-    return sum + ((a_error + sum_error) + low);
+    // Next to 0 the result is x, of whose parts the lower would be denormal.
+    return simd::select(simd::abs(x) < all<Pack>(TwoParts::kItself), x, sum + ((a_error + sum_error) + low));
   }
 };
 
@@ -168,7 +177,7 @@ struct Expm1F32EP : Expm1F32 {
     const Pack y = x * all<Pack>(0x1.715476p+5f) + all<Pack>(kShifter);
     const Pack r = x - (y - all<Pack>(kShifter)) * all<Pack>(0.021660849f);
     const Pack t = simd::look_up_below<5>(kExp2FloatRow32, y) * simd::power_of_two_above<5>(y);
-    return (t - all<Pack>(1)) + t * (r + (r * r) * all<Pack>(0.50000089f));
+    return signed_as(x, (t - all<Pack>(1)) + t * (r + (r * r) * all<Pack>(0.50000089f)));
   }
 };
 
@@ -177,8 +186,8 @@ struct Expm1F64EP : Expm1F64 {
     constexpr double kShifter = simd::shifter_f64(0, 0);
     const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kShifter);
     const Pack r = x - (y - all<Pack>(kShifter)) * all<Pack>(0x1.62e42fefa39efp-8);
-    const Pack t = simd::look_up_scaled<7>(kExp2Row128, y);
-    return (t - all<Pack>(1)) + t * (r + (r * r) * (all<Pack>(0.5) + r * all<Pack>(1.0 / 6)));
+    const Pack t = simd::add_to_exponent<7>(simd::look_up_below<7>(kExp2Row128, y), y);
+    return signed_as(x, (t - all<Pack>(1)) + t * (r + (r * r) * (all<Pack>(0.5) + r * all<Pack>(1.0 / 6))));
   }
 };
 

@@ -49,19 +49,18 @@ struct Log1pRange<double> {
 
 // A sum of 1 and a number is never denormal. What is left for the end are sums too large for the formula, where 1 + x
 // is x.
-template <class HA>
-inline Status log1p_callout(const typename HA::Pack::Real* a, typename HA::Pack::Real* r) {
-  using Real = typename HA::Pack::Real;
+template <class Real>
+inline Status log1p_callout(const Real* a, Real* r) {
   const Real sum = 1 + *a;
   if (sum == -callout::kInfinity<Real>) return *r = callout::invalid<Real>(), kDomain;
   if (callout::is_special(sum)) return *r = sum * sum, kOk;
   if (sum == 0) return *r = callout::pole(Real{-1}), kPole;
   if (sum < 0) return *r = callout::invalid<Real>(), kDomain;
-  return *r = simd::first(HA::template logarithm<0>(all<typename HA::Pack>(sum))), kOk;
+  return *r = static_cast<Real>(scalar_log<BaseE<double>>(static_cast<double>(sum), 0)), kOk;
 }
 
-// The formula of a Log1p whose L::of computes ln(sum + rest); LnHA serves the callout.
-template <class L, class LnHA>
+// The formula of a Log1p whose L::of computes ln(sum + rest).
+template <class L>
 struct Log1p {
   using Pack = typename L::Pack;
   using Real = typename Pack::Real;
@@ -74,7 +73,7 @@ struct Log1p {
     return simd::not_greater_equal(x, all<Pack>(Log1pRange<Real>::kLow)) |
            simd::not_less_equal(x, all<Pack>(Log1pRange<Real>::kHigh));
   }
-  static Status callout(const Real* a, Real* r) { return log1p_callout<LnHA>(a, r); }
+  static Status callout(const Real* a, Real* r) { return log1p_callout(a, r); }
 };
 
 // ---- Float: LA and EP by Ln's polynomials, HA by the table ---------------------------------------------------------
@@ -92,8 +91,8 @@ struct Log1pF32Polynomial {
     return ln_one_part(s.n, s.r, rest * scale, kFit);
   }
 };
-using Log1pF32EP = Log1p<Log1pF32Polynomial<kLnF32EP>, LnF32HAForm>;
-using Log1pF32LA = Log1p<Log1pF32Polynomial<kLog1pFitF32LA>, LnF32HAForm>;
+using Log1pF32EP = Log1p<Log1pF32Polynomial<kLnF32EP>>;
+using Log1pF32LA = Log1p<Log1pF32Polynomial<kLog1pFitF32LA>>;
 
 struct Log1pF32HATable {
   using Pack = PackF32;
@@ -104,7 +103,7 @@ struct Log1pF32HATable {
     return sum_f32<BaseE<float>>(s, kLnReciprocalF32, kLog1pFitF32HA);
   }
 };
-using Log1pF32HA = Log1p<Log1pF32HATable, LnF32HAForm>;
+using Log1pF32HA = Log1p<Log1pF32HATable>;
 
 // ---- Double --------------------------------------------------------------------------------------------------------
 
@@ -139,9 +138,8 @@ struct Log1pF64HASum {
     return sum_two_words<BaseE<double>>(s, part);
   }
 };
-using LnF64HAForm = LogF64HAForm<BaseE<double>>;
-using Log1pF64EP = Log1p<Log1pF64EPSum, LnF64HAForm>;
-using Log1pF64LA = Log1p<Log1pF64LASum, LnF64HAForm>;
-using Log1pF64HA = Log1p<Log1pF64HASum, LnF64HAForm>;
+using Log1pF64EP = Log1p<Log1pF64EPSum>;
+using Log1pF64LA = Log1p<Log1pF64LASum>;
+using Log1pF64HA = Log1p<Log1pF64HASum>;
 
 }  // namespace qlx::explog

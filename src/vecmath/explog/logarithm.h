@@ -3,10 +3,9 @@
 //
 // A logarithm is a struct L with Pack, kBlock and
 //
-//   template <int kDown> static Pack logarithm(Pack x);   // log(2^-kDown x) for positive normal x
+//   static Pack logarithm(Pack x);   // of positive normal x
 //
-// which Logarithm<L, HA> makes a formula of: kDown is 0 in the lanes, and the exponent that was added to a denormal in
-// the callout. Callouts compute by the HA form at all accuracies.
+// which Logarithm<L, Base> makes a formula of.
 #pragma once
 
 #include "frame/shell.h"
@@ -29,6 +28,7 @@ template <class Real>
 struct BaseE;
 template <>
 struct BaseE<float> {
+  using InDouble = BaseE<double>;
   static constexpr float kTwo = 0x1.62e43p-1f;
   static constexpr float kTwoHi = std::bit_cast<float>(0x3F317200u);  // given; 15 bits
   static constexpr float kTwoLo = std::bit_cast<float>(0x35BFBE8Eu);  // given
@@ -46,6 +46,7 @@ template <class Real>
 struct Base2;
 template <>
 struct Base2<float> {
+  using InDouble = Base2<double>;
   static constexpr float kTwo = 1, kTwoHi = 1, kTwoLo = 0;
   static constexpr float kLeadHi = 0x1.71p0f, kLeadLo = 0x1.51d94ap-10f;  // 9 bits
 };
@@ -59,6 +60,7 @@ template <class Real>
 struct Base10;
 template <>
 struct Base10<float> {
+  using InDouble = Base10<double>;
   static constexpr float kTwo = std::bit_cast<float>(0x3E9A209Bu);         // given
   static constexpr float kTwoHi = std::bit_cast<float>(0x3E9A2100u);       // given; 16 bits
   static constexpr float kTwoLo = std::bit_cast<float>(0xB64AF600u);       // given
@@ -83,33 +85,38 @@ inline typename Pack::Mask not_positive_normal(Pack x) {
          simd::not_less_equal(x, all<Pack>(callout::kLargest<Real>));
 }
 
-constexpr int kDenormalDown = 60;
+// log_b(2^-down x) for positive normal x.
+double scalar_log(double x, int down, double two_hi, double two_lo, double lead);
+template <class Base>
+inline double scalar_log(double x, int down) {
+  return scalar_log(x, down, Base::kTwoHi, Base::kTwoLo, Base::kLeadHi + Base::kLeadLo);
+}
 
-// Ln, Log2, Log10 of what is no positive normal number. Where denormals are zeros, scaling one gives 0: a pole.
-template <class HA>
-inline Status log_callout(const typename HA::Pack::Real* a, typename HA::Pack::Real* r) {
-  using Real = typename HA::Pack::Real;
-  using Pack = typename HA::Pack;
+// Ln, Log2, Log10 of what is no positive normal number. Where denormals are zeros, scaling one gives 0: a pole. Of
+// a denormal the logarithm of x 2^60 is taken with 60 less for the exponent: no argument that comes here is near 1.
+template <class Base, class Real>
+inline Status log_callout(const Real* a, Real* r) {
   const Real x = *a;
   if (callout::is_special(x)) {
     if (x == -callout::kInfinity<Real>) return *r = callout::invalid<Real>(), kDomain;
     return *r = x * x, kOk;
   }
-  const Real scaled = x * Real(0x1p60);  // 2^kDenormalDown
+  const bool denormal = callout::magnitude(x) < callout::kTiny<Real>;
+  const Real scaled = denormal ? x * Real(0x1p60) : x;
   if (scaled == 0) return *r = callout::pole(Real{-1}), kPole;
   if (scaled < 0) return *r = callout::invalid<Real>(), kDomain;
-  return *r = simd::first(HA::template logarithm<kDenormalDown>(all<Pack>(scaled))), kOk;
+  return *r = static_cast<Real>(scalar_log<Base>(static_cast<double>(scaled), 60)), kOk;
 }
 
-// The formula of Ln, Log2 and Log10.
-template <class L, class HA = L>
+// The formula of Ln, Log2 and Log10; Base is that in double, for the callout.
+template <class L, class Base>
 struct Logarithm {
   using Pack = typename L::Pack;
   using Real = typename Pack::Real;
   static constexpr int kBlock = L::kBlock;
-  Pack formula(Pack x) const { return L::template logarithm<0>(x); }
+  Pack formula(Pack x) const { return L::logarithm(x); }
   typename Pack::Mask needs_care(Pack x) const { return not_positive_normal(x); }
-  static Status callout(const Real* a, Real* r) { return log_callout<HA>(a, r); }
+  static Status callout(const Real* a, Real* r) { return log_callout<Base>(a, r); }
 };
 
 }  // namespace qlx::explog

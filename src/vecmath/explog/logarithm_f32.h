@@ -28,7 +28,6 @@
 
 namespace qlx::explog {
 
-#include "vecmath/explog/tables/ln_fit_f32_la.inc"
 #include "vecmath/explog/tables/ln_reciprocal_f32.inc"
 #include "vecmath/explog/tables/log10_fit_f32_ep.inc"
 #include "vecmath/explog/tables/log10_fit_f32_ha.inc"
@@ -62,7 +61,6 @@ struct ReducedF32 {
   simd::IntegersF32 row;  // c mod 256
 };
 
-template <int kDown>
 inline ReducedF32 reduce_f32(PackF32 x) {
   const PackF32 m = (x & all_bits<PackF32>(0x007FFFFF)) | all_bits<PackF32>(0x3B000000);
   const PackF32 c = simd::round_current_quietly(simd::reciprocal_estimate(m));
@@ -71,7 +69,7 @@ inline ReducedF32 reduce_f32(PackF32 x) {
   const PackF32 high = (m + all<PackF32>(1.5f)) - all<PackF32>(1.5f);  // a multiple of 2^-23
   // Both ends, 256 and 512, have a mantissa of zeros: row 0, with T = 0.
   const simd::IntegersF32 row = (simd::bits_of(c) >> 15) & simd::integers_f32(0xFF);
-  return {(exponent - all<PackF32>(127 + kDown)) + above_root, c, high * c - all<PackF32>(1), (m - high) * c, row};
+  return {(exponent - all<PackF32>(127)) + above_root, c, high * c - all<PackF32>(1), (m - high) * c, row};
 }
 
 // log(2^e (1 + r)) + T(c) by the table of a base, rounded once. A1: log_b of 1 + r behind its leading term.
@@ -99,9 +97,9 @@ inline PackF32 sum_f32(const ReducedF32& x, const float (&table)[kRows][2], cons
 
 // ---- Ln ------------------------------------------------------------------------------------------------------------
 
-// r + r^2 q(r), coefficients given: relative errors 2^-13.3 (EP) and 2^-27.4 (HA). LA's given ones have 2^-22.25, which
-// comes near to 4 ULP; the refit of their form, 2^-22.31, is kLnFitF32LA.
+// r + r^2 q(r), coefficients given: relative errors 2^-13.3 (EP), 2^-22.25 (LA) and 2^-27.4 (HA).
 constexpr float kLnF32EP[] = {-0.5f, 0.33289623f, -0.26740259f, 0.21988373f};
+constexpr float kLnF32LA[] = {-0.5f, 0.33336565f, -0.25004664f, 0.19822504f, -0.16462457f, 0.16964881f, -0.15177205f};
 // HA's first, -0.5, stands apart.
 constexpr float kLnF32HA[] = {0.33333215f, -0.24999797f, 0.20010406f, -0.16680488f,
                               0.14005870f, -0.12184261f, 0.13984437f, -0.12891686f};
@@ -120,10 +118,9 @@ inline PackF32 ln_one_part(PackF32 n, PackF32 r, PackF32 rest, const float (&fit
 struct LnF32HAForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int kDown>
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
-    const Pack n = s.n - all<Pack>(kDown), r = s.r;
+    const Pack n = s.n, r = s.r;
     // r^2/2 is up to a quarter of the result, so it may not be rounded to one word: head^2/2, with 12 bits of r, is
     // exact, and r^2 - head^2 = (r - head) (r + head).
     const Pack minus_half = all<Pack>(-0.5f);
@@ -139,29 +136,27 @@ struct LnF32HAForm {
     return nearly + ((rest + nearly_rest) + (n * all<Pack>(BaseE<float>::kTwoLo) + p));
   }
 };
-using LnF32HA = Logarithm<LnF32HAForm>;
+using LnF32HA = Logarithm<LnF32HAForm, BaseE<double>>;
 
 struct LnF32LAForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int>
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
-    return ln_one_part(s.n, s.r, kLnFitF32LA);
+    return ln_one_part(s.n, s.r, kLnF32LA);
   }
 };
-using LnF32LA = Logarithm<LnF32LAForm, LnF32HAForm>;
+using LnF32LA = Logarithm<LnF32LAForm, BaseE<double>>;
 
 struct LnF32EPForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int>
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
     return ln_one_part(s.n, s.r, kLnF32EP);
   }
 };
-using LnF32EP = Logarithm<LnF32EPForm, LnF32HAForm>;
+using LnF32EP = Logarithm<LnF32EPForm, BaseE<double>>;
 
 // ---- Log2, Log10 ---------------------------------------------------------------------------------------------------
 
@@ -191,19 +186,17 @@ template <class Base>
 struct LogF32HAForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int kDown>
   static Pack logarithm(Pack x) {
-    return sum_f32<Base>(reduce_f32<kDown>(x), TablesF32<Base>::kRows, TablesF32<Base>::kFitHA);
+    return sum_f32<Base>(reduce_f32(x), TablesF32<Base>::kRows, TablesF32<Base>::kFitHA);
   }
 };
 template <class Base>
-using LogF32HA = Logarithm<LogF32HAForm<Base>>;
+using LogF32HA = Logarithm<LogF32HAForm<Base>, typename Base::InDouble>;
 
 template <class Base>
 struct LogF32LAForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int>
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
     const Pack p = s.r * simd::polynomial(s.r, TablesF32<Base>::kFitLA);
@@ -215,13 +208,12 @@ struct LogF32LAForm {
   }
 };
 template <class Base>
-using LogF32LA = Logarithm<LogF32LAForm<Base>, LogF32HAForm<Base>>;
+using LogF32LA = Logarithm<LogF32LAForm<Base>, typename Base::InDouble>;
 
 template <class Base>
 struct LogF32EPForm {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
-  template <int>
   static Pack logarithm(Pack x) {
     const SplitF32 s = split_f32(x);
     const Pack p = s.r * simd::polynomial(s.r, TablesF32<Base>::kFitEP);
@@ -229,6 +221,6 @@ struct LogF32EPForm {
   }
 };
 template <class Base>
-using LogF32EP = Logarithm<LogF32EPForm<Base>, LogF32HAForm<Base>>;
+using LogF32EP = Logarithm<LogF32EPForm<Base>, typename Base::InDouble>;
 
 }  // namespace qlx::explog

@@ -133,40 +133,36 @@ template <class Base>
 struct LogF64HAForm {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
-  template <int kDown>
   static Pack logarithm(Pack x) {
-    LogReduction s = reduce_log(x);
-    s.e = s.e - all<Pack>(kDown);
+    const LogReduction s = reduce_log(x);
     return sum_two_words<Base>(s, residual_of_rounded(s));
   }
 };
 template <class Base>
-using LogF64HA = Logarithm<LogF64HAForm<Base>>;
+using LogF64HA = Logarithm<LogF64HAForm<Base>, Base>;
 
 template <class Base>
 struct LogF64LAForm {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
-  template <int>
   static Pack logarithm(Pack x) {
     const LogReduction s = reduce_log(x);
     return sum_one_word<Base>(s, residual_of_cut(s), TablesF64<Base>::kFitLA);
   }
 };
 template <class Base>
-using LogF64LA = Logarithm<LogF64LAForm<Base>, LogF64HAForm<Base>>;
+using LogF64LA = Logarithm<LogF64LAForm<Base>, Base>;
 
 template <class Base>
 struct LogF64EPForm {
   using Pack = PackF64;
   static constexpr int kBlock = 8;
-  template <int>
   static Pack logarithm(Pack x) {
     const LogReduction s = reduce_log(x);
     return sum_one_word<Base>(s, s.r, TablesF64<Base>::kFitEP);
   }
 };
 template <class Base>
-using LogF64EP = Logarithm<LogF64EPForm<Base>, LogF64HAForm<Base>>;
+using LogF64EP = Logarithm<LogF64EPForm<Base>, Base>;
 
 }  // namespace qlx::explog

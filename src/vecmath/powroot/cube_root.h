@@ -256,14 +256,14 @@ struct ThirdsF32EP {
 template <class Ordinary>
 struct CbrtF32 : Ordinary {
   using Pack = PackF32;
-  Pack::Mask second_road(Pack x, Pack& r, Pack::Mask m) const {
+  Pack::Mask second_care(Pack x) const { return simd::first_lanes(x == x, 0); }  // none
+  Pack second_formula(Pack x) const {
     const Pack scaled = x * all<Pack>(0x1p24f);
     const Pack root = this->formula(scaled) * all<Pack>(0x1p-8f);
     // What the scale leaves zero or not finite is its own root; zeros also where denormals count as zeros.
     const Pack own = x + x;
     const auto itself = (scaled == all<Pack>(0)) | simd::not_finite(scaled);
-    r = simd::select(m, simd::select(itself, own, root), r);
-    return simd::first_lanes(m, 0);  // none is left
+    return simd::select(itself, own, root);
   }
 };
 

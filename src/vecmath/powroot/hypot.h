@@ -42,11 +42,13 @@ inline float careful_hypot(float larger, float smaller) {
   const double u = larger, v = smaller;
   return static_cast<float>(std::sqrt(u * u + v * v));
 }
-// By the formula, scaled so far that neither the squares overflow nor their low words are lost. Scaling back is exact
-// but for a denormal root, which has fewer bits than the scaled one: below 0.8 units of its last place.
+// By the formula, with the larger argument scaled to 2^-51 ... 4, so that neither the squares overflow nor their low
+// words are lost. Scaling back is exact but for a denormal root, which has fewer bits than the scaled one: below 0.8
+// units of its last place.
 template <class Formula>
 inline double careful_hypot(double larger, double smaller) {
-  const double scale = larger > 1 ? 0x1p-600 : 0x1p700;
+  const uint64_t field = 2046 - (std::bit_cast<uint64_t>(larger) >> 52);
+  const double scale = std::bit_cast<double>((field > 1 ? field : 1) << 52);
   return callout::one_lane<Formula>(larger * scale, smaller * scale) * callout::opaque(1 / scale);
 }
 
@@ -139,19 +141,17 @@ struct HypotF64 {
   shell::Marked<Pack> formula(Pack a, Pack b) const {
     const auto s = Root::sum(a, b);
     const RootF64 y = Root::root(s, simd::rsqrt_estimate(Root::rounded(s)));
-    return {y.result, simd::not_less_equal(y.series, all<Pack>(Root::kBound))};
+    return {y.result, no_estimate(y.residual)};
   }
-  Pack::Mask second_road(Pack a, Pack b, Pack& r, Pack::Mask m) const {
+  Pack second_formula(Pack a, Pack b) const {
     const auto s = Root::sum(a, b);
-    const Pack rounded = Root::rounded(s);
-    r = simd::select(m, Root::root(s, simd::rsqrt_estimate_any_exponent(rounded)).result, r);
-    return m & outside(rounded, 0x1p-900, 0x1p1021);
+    return Root::root(s, simd::rsqrt_estimate_any_exponent(Root::rounded(s))).result;
   }
+  Pack::Mask second_care(Pack a, Pack b) const { return outside(Root::rounded(Root::sum(a, b)), 0x1p-900, 0x1p1021); }
   static Status callout(const double* a, const double* b, double* r);
 };
 
 struct HypotF64HARoot {
-  static constexpr double kBound = kSeriesBound;
   using Sum = TwoWords<PackF64>;
   static Sum sum(PackF64 a, PackF64 b) { return sum_of_squares(a, b, all_bits<PackF64>(0xFFFFFFFFF8000000)); }
   static PackF64 rounded(const Sum& s) { return s.high; }
@@ -160,34 +160,32 @@ struct HypotF64HARoot {
     const PackF64 head = s.high & all_bits<PackF64>(0xFFFF000000000000);
     const PackF64 tail = (s.high - head) + s.low;
     const PackF64 g2 = g * g;
-    const PackF64 p = root_series_ha((all<PackF64>(1) - head * g2) - tail * g2);
+    const PackF64 e = (all<PackF64>(1) - head * g2) - tail * g2;
     const PackF64 lead = head * g, rest = tail * g;
-    return {lead + (rest + (lead + rest) * p), simd::abs(p)};
+    return {lead + (rest + (lead + rest) * root_series_ha(e)), e};
   }
 };
 using HypotF64HA = HypotF64<HypotF64HARoot>;
 
 struct HypotF64LARoot {
-  static constexpr double kBound = kSeriesBound;
   static PackF64 sum(PackF64 a, PackF64 b) { return a * a + b * b; }
   static PackF64 rounded(PackF64 s) { return s; }
   static RootF64 root(PackF64 s, PackF64 g) {
     const PackF64 y = s * g;
-    const PackF64 p = root_series_la(all<PackF64>(1) - y * g);
-    return {y + y * p, p};
+    const PackF64 e = all<PackF64>(1) - y * g;
+    return {y + y * root_series_la(e), e};
   }
 };
 using HypotF64LA = HypotF64<HypotF64LARoot>;
 
 struct HypotF64EPRoot {
-  static constexpr double kBound = kQuadraticBound;
   static PackF64 sum(PackF64 a, PackF64 b) { return a * a + b * b; }
   static PackF64 rounded(PackF64 s) { return s; }
   static RootF64 root(PackF64 s, PackF64 g) {
     const PackF64 y = s * g;
     const PackF64 e = all<PackF64>(1) - y * g;
     const PackF64 p = all<PackF64>(1) + e * (all<PackF64>(0.5) + e * all<PackF64>(0.375));
-    return {y * p, p};
+    return {y * p, e};
   }
 };
 using HypotF64EP = HypotF64<HypotF64EPRoot>;

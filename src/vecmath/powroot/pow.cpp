@@ -2,18 +2,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "vecmath/powroot/pow.h"
 
+#include "vecmath/simd/avx_one_lane.h"
+
 namespace qlx::powroot {
 
 double general_power(double x, double y, double sign) {
   constexpr double kTwoTo54 = 0x1p54;
   const bool denormal = x < callout::kTiny<double>;
-  const PackF64 base = all<PackF64>(denormal ? x * kTwoTo54 : x);
-  const Log2Words log = log2_words<7>(base, all<PackF64>(denormal ? -54 : 0));
+  using Pack = simd::OneF64;
+  const Pack base = all<Pack>(denormal ? x * kTwoTo54 : x);
+  const Log2Words<Pack> log = log2_words<7>(base, all<Pack>(denormal ? -54 : 0));
   // |log2 x| >= 2^-53, or x is 1, which has been served: a product beyond 2^11 says where the result ends.
   const double t = y * simd::first(log.high);
   if (t >= 1024.5) return callout::overflow(sign);
   if (t <= -1080) return callout::underflow(sign);
-  const Exp2Words e = exp2_words<6>(times_exponent(all<PackF64>(y), log));
+  const Exp2Words<Pack> e = exp2_words<6>(times_exponent(all<Pack>(y), log));
   // 128 n and the row are what the shifter's mantissa holds, from its middle.
   const auto shifted = std::bit_cast<int64_t>(simd::first(e.shifted)) - std::bit_cast<int64_t>(0x1.8p45);
   const auto n = static_cast<int>(shifted >> 7);

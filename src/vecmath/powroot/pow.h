@@ -34,7 +34,6 @@ namespace qlx::powroot {
 
 using simd::all;
 using simd::all_bits;
-using simd::IntegersF64;
 using simd::PackF32;
 using simd::PackF64;
 
@@ -77,13 +76,14 @@ inline PackF64 exp_f64(PackF64 t) {
   const Pack r = t - (shifted - shifter) * all<Pack>(0x1.62e42fefa39efp-12);
   const Pack row = simd::look_up(kExp2Rows2048, simd::low_words(shifted) & simd::integers_f64(0x7FF));
   const Pack power = row + row * (r + (r * r) * all<Pack>(0.5));
-  return simd::add_to_exponent<11>(power, shifted, ~uint64_t{0x7FF});
+  return simd::add_to_exponent<11>(power, shifted);
 }
 
 // ---- log2 in two words, and 2^t ------------------------------------------------------------------------------------
 
+template <class Pack>
 struct Log2Words {
-  PackF64 high, low;  // |low| <= 2^-53 |high|, but for t, where it is 2^-24
+  Pack high, low;  // |low| <= 2^-53 |high|, but for t, where it is 2^-24
 };
 
 // The head of c2, and the series without it: the difference is exact.
@@ -97,15 +97,14 @@ constexpr struct PowLogSeriesBehindHead {
 } kPowLogSeriesBehindHead;
 
 // log2 x + offset. kDegree is the last power of R: at 6 the series leaves 2^-68 of R, at 7 2^-78.
-template <int kDegree>
-inline Log2Words log2_words(PackF64 x, PackF64 offset) {
-  using Pack = PackF64;
-  const IntegersF64 word = simd::high_words(x);
-  const IntegersF64 row =
-      ((word & simd::integers_f64(0x000FFFFF)) + simd::integers_f64(0x200)) >> 10;  // 20 bits to 10, rounded
+template <int kDegree, class Pack>
+inline Log2Words<Pack> log2_words(Pack x, Pack offset) {
+  const auto word = simd::high_words(x);
+  const auto integers = [&word](int32_t k) { return simd::broadcast(decltype(&word){}, k); };
+  const auto row = ((word & integers(0x000FFFFF)) + integers(0x200)) >> 10;  // 20 bits to 10, rounded
   // A mantissa that rounds to row 425 or more carries into the exponent.
   constexpr int32_t kToCarry = 0x00100000 - (425 * 1024 - 0x200);
-  const Pack e = simd::to_real(((word + simd::integers_f64(kToCarry)) >> 20) - simd::integers_f64(1023)) + offset;
+  const Pack e = simd::to_real(((word + integers(kToCarry)) >> 20) - integers(1023)) + offset;
   const Pack m = (x & all_bits<Pack>(0x000FFFFFFFFFFFFF)) | all<Pack>(1);
   const Pack scale = simd::look_up(kPowScale, row);
   const auto [log_high, log_low] = simd::look_up(kPowLog2, row);
@@ -143,8 +142,8 @@ inline Log2Words log2_words(PackF64 x, PackF64 offset) {
 }
 
 // t = y log2 x in two words: 26 bits of y times 26 of the logarithm are exact.
-inline Log2Words times_exponent(PackF64 y, const Log2Words& l) {
-  using Pack = PackF64;
+template <class Pack>
+inline Log2Words<Pack> times_exponent(Pack y, const Log2Words<Pack>& l) {
   const Pack mask = all_bits<Pack>(0xFFFFFFFFF8000000);
   const Pack log_head = l.high & mask, y_head = y & mask;
   const Pack log_rest = (l.high - log_head) + l.low;
@@ -152,17 +151,19 @@ inline Log2Words times_exponent(PackF64 y, const Log2Words& l) {
 }
 
 // 2^t = 2^n (value + rest), value in [1, 2). The shifter's last bit is 2^-7, so that k / 128 is subtracted exactly.
+template <class Pack>
 struct Exp2Words {
-  PackF64 value, rest, shifted;  // 128 n stands above the 7 lowest bits of shifted
+  Pack value, rest, shifted;  // 128 n stands above the 7 lowest bits of shifted
 };
-template <int kDegree>
-inline Exp2Words exp2_words(const Log2Words& t) {
-  using Pack = PackF64;
+template <int kDegree, class Pack>
+inline Exp2Words<Pack> exp2_words(const Log2Words<Pack>& t) {
   const Pack shifter = all<Pack>(0x1.8p45);
   const Pack shifted = t.high + shifter;
   const Pack r = (t.high - (shifted - shifter)) + t.low;  // |r| <= 2^-8
   const Pack series = simd::polynomial<kDegree>(r, kPowExpSeries);
-  const auto [value, rest] = simd::look_up(kExp2Rows128, simd::low_words(shifted) & simd::integers_f64(0x7F));
+  const auto words = simd::low_words(shifted);
+  const auto row = words & simd::broadcast(decltype(&words){}, 0x7F);
+  const auto [value, rest] = simd::look_up(kExp2Rows128, row);
   return {value, rest + value * (r * series), shifted};
 }
 
@@ -269,9 +270,9 @@ struct PowF64Words {
   static constexpr int kBlock = 4;
   static constexpr int kPass = 8;
   [[gnu::always_inline]] shell::Marked<Pack> formula(Pack x, Pack y) const {
-    const Log2Words t = times_exponent(y, log2_words<kLogDegree>(x, all<Pack>(0)));
-    const Exp2Words e = exp2_words<kExpDegree>(t);
-    const Pack power = simd::add_to_exponent<7>(e.value + e.rest, e.shifted, ~uint64_t{0x7F});
+    const Log2Words<Pack> t = times_exponent(y, log2_words<kLogDegree>(x, all<Pack>(0)));
+    const Exp2Words<Pack> e = exp2_words<kExpDegree>(t);
+    const Pack power = simd::add_to_exponent<7>(e.value + e.rest, e.shifted);
     // 0x408F3FFF: just below 1000.
     return {power, base_needs_care(x) | beyond(t.high, 0x1.f3fffp9)};
   }

@@ -29,12 +29,12 @@ inline float careful_pow3o2(float x) {
   const double u = x;
   return static_cast<float>(callout::opaque(u * std::sqrt(u)));
 }
-// 2^400 and its power 2^600 take the formula's range to both ends.
+// 2^-717 ... 2^-600 and 2^680 ... 2^683 move to where a float can make the estimate.
 template <class Formula>
 inline double careful_pow3o2(double x) {
   const bool large = x > 1;
-  const double power = callout::one_lane<Formula>(x * (large ? 0x1p-400 : 0x1p400));
-  return callout::opaque(power) * (large ? 0x1p600 : 0x1p-600);
+  const double power = callout::one_lane<Formula>(x * (large ? 0x1p-680 : 0x1p660));
+  return callout::opaque(power) * (large ? 0x1p1020 : 0x1p-990);
 }
 
 template <class Formula, class Real>
@@ -123,17 +123,17 @@ struct Pow3o2F64 : RootKernelF64<Root> {
 
 struct Pow3o2F64HARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed;
   static RootF64 root(PackF64 x, PackF64 g) {
     // As for InvSqrt: 5 bits of x times the 48 of g^2 are exact, and times g the root's head, of 29 bits.
     const PackF64 short_head = x & all_bits<PackF64>(0xFFFF000000000000);
     const PackF64 g2 = g * g;
-    const PackF64 p = inv_sqrt_series((all<PackF64>(1) - short_head * g2) - (x - short_head) * g2);
+    const PackF64 e = (all<PackF64>(1) - short_head * g2) - (x - short_head) * g2;
     const PackF64 head = short_head * g, tail = (x - short_head) * g;
-    const PackF64 rest = tail + (head + tail) * p;
+    const PackF64 rest = tail + (head + tail) * inv_sqrt_series(e);
     // 24 bits times 29.
     const PackF64 x_head = x & all_bits<PackF64>(0xFFFFFFFFE0000000);
-    return {x_head * head + ((x - x_head) * head + x * rest), p};
+    return {x_head * head + ((x - x_head) * head + x * rest), e};
   }
   static Status callout(const double* a, double* r) { return pow3o2_callout<Pow3o2F64<Pow3o2F64HARoot>>(a, r); }
 };
@@ -141,11 +141,11 @@ using Pow3o2F64HA = Pow3o2F64<Pow3o2F64HARoot>;
 
 struct Pow3o2F64LARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 y = x * g;
-    const PackF64 p = inv_sqrt_series(all<PackF64>(1) - y * g);
-    return {x * (y + y * p), p};
+    const PackF64 e = all<PackF64>(1) - y * g;
+    return {x * (y + y * inv_sqrt_series(e)), e};
   }
   static Status callout(const double* a, double* r) { return Pow3o2F64HA::callout(a, r); }
 };
@@ -153,11 +153,11 @@ using Pow3o2F64LA = Pow3o2F64<Pow3o2F64LARoot>;
 
 struct Pow3o2F64EPRoot {
   static constexpr int kBlock = 16;
-  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed, kBound = kQuadraticBound;
+  static constexpr double kLow = kLeastCubed, kHigh = kLargestCubed;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 y = x * g;
-    const PackF64 p = quadratic(all<PackF64>(1) - y * g);
-    return {x * (y * p), p};
+    const PackF64 e = all<PackF64>(1) - y * g;
+    return {x * (y * quadratic(e)), e};
   }
   static Status callout(const double* a, double* r) { return Pow3o2F64HA::callout(a, r); }
 };

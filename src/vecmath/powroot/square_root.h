@@ -7,8 +7,7 @@
 //   1/sqrt(x) = g (1 - e)^(-1/2) = g (1 + e/2 + 3/8 e^2 + 5/16 e^3 + 35/128 e^4 + ...)
 //   sqrt(x)   = x / sqrt(x)
 //
-// The accuracies differ in where the series ends. One Newton step is its first two terms, and what it leaves out,
-// 3/8 e^2 <= 2.0e-7, has one sign: a constant one float away from the nominal one puts the error's centre near 0.
+// The accuracies differ in where the series ends. One Newton step is its first two terms, and leaves out 3/8 e^2.
 // In HA, e must hold more than x g^2 rounded to one word can give; g has few bits, so that g^2 is exact, and x splits
 // into a head so short that head * g^2 is exact too, and a tail whose product's rounding lies below 2^-29 (2^-62).
 // The leading term then stands alone, and the result is rounded once, up to the rounding of g e p(e).
@@ -40,27 +39,30 @@ constexpr double kLargestRooted = std::bit_cast<double>(0x7FCFFFFFFFFFFFFFull);
 
 // ---- The estimate of a double --------------------------------------------------------------------------------------
 
-// A result, and the series p(e) that it was made with.
+// A result, and the residual e of the estimate that it was made with.
 struct RootF64 {
-  PackF64 result, series;
+  PackF64 result, residual;
 };
 
-// A double kernel by its Root, which computes result and series from x and the estimate g. The formula takes the
-// estimate through a float. Lanes beyond a float's range show in the series: g = 0 makes e = 1, an infinite g makes e
-// infinite, and what all of them have in common is a series that isn't at most kBound, which no |e| <= 2^-10 comes
-// near. They take the estimate that costs more, and need care if they are outside of [kLow, kHigh].
+// Marks the lanes whose estimate can't have been one: g = 0 makes e = 1, an infinite g makes e infinite or a NaN, and
+// a true e is 2^-10 at most.
+inline PackF64::Mask no_estimate(PackF64 residual) {
+  return simd::not_less_equal(simd::abs(residual), all<PackF64>(0.25));
+}
+
+// A double kernel by its Root, which computes result and residual from x and the estimate g. The formula takes the
+// estimate through a float. Lanes beyond a float's range take the estimate that costs more, and need care if they are
+// outside of [kLow, kHigh].
 template <class Root>
 struct RootKernelF64 : Root {
   using Pack = PackF64;
   static constexpr int kBlock = Root::kBlock;
   shell::Marked<Pack> formula(Pack x) const {
     const RootF64 y = Root::root(x, simd::rsqrt_estimate(x));
-    return {y.result, simd::not_less_equal(y.series, all<Pack>(Root::kBound))};
+    return {y.result, no_estimate(y.residual)};
   }
-  Pack::Mask second_road(Pack x, Pack& r, Pack::Mask m) const {
-    r = simd::select(m, Root::root(x, simd::rsqrt_estimate_any_exponent(x)).result, r);
-    return m & outside(x, Root::kLow, Root::kHigh);
-  }
+  Pack second_formula(Pack x) const { return Root::root(x, simd::rsqrt_estimate_any_exponent(x)).result; }
+  Pack::Mask second_care(Pack x) const { return outside(x, Root::kLow, Root::kHigh); }
 };
 
 // ---- Callouts ------------------------------------------------------------------------------------------------------
@@ -78,11 +80,12 @@ inline Status sqrt_callout(const Real* a, Real* r) {
   return *r = std::sqrt(x), kOk;
 }
 
-// InvSqrt: 4^kScale moves denormals and the smallest normals into the formula's range, and 4^-kScale the largest.
+// InvSqrt: 4^kScale moves denormals and the smallest normals into the formula's range, and 4^-kScale the largest; for
+// double, the range in which a float can make the estimate.
 template <class Formula>
 inline Status inv_sqrt_callout(const typename Formula::Pack::Real* a, typename Formula::Pack::Real* r) {
   using Real = typename Formula::Pack::Real;
-  constexpr Real kRoot = sizeof(Real) == 4 ? Real(0x1p20) : Real(0x1p80);  // 2^kScale
+  constexpr Real kRoot = sizeof(Real) == 4 ? Real(0x1p20) : Real(0x1p510);  // 2^kScale
   const Real x = *a;
   if (simd::Ieee<Real>::is_nan(x)) return *r = x / x, kOk;
   if (x == callout::kInfinity<Real>) return *r = 0, kOk;
@@ -121,7 +124,7 @@ struct SqrtF32LA {
   shell::Marked<Pack> formula(Pack x) const {
     const Pack g = simd::rsqrt_estimate(x);
     const Pack y = x * g;
-    const Pack e = all<Pack>(0x1.000002p0f) - y * g;  // 1 + 2^-23: half of it centres the error
+    const Pack e = all<Pack>(1) - y * g;
     return {y + (y * all<Pack>(0.5f)) * e, root_needs_care(y)};
   }
   static Status callout(const float* a, float* r) { return sqrt_callout(a, r); }
@@ -143,15 +146,14 @@ inline PackF64 quadratic(PackF64 e) {
   const PackF64 upper = all<PackF64>(0.5000001257) + e * all<PackF64>(0.3750001833);
   return all<PackF64>(0x1.fffffffffff4fp-1) + e * upper;
 }
-constexpr double kQuadraticBound = 1.25;
 
 struct SqrtF64EPRoot {
   static constexpr int kBlock = 16;
-  static constexpr double kLow = 0x1p-1022, kHigh = kLargestRooted, kBound = kQuadraticBound;
+  static constexpr double kLow = 0x1p-1022, kHigh = kLargestRooted;
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 y = x * g;
-    const PackF64 p = quadratic(all<PackF64>(1) - y * g);
-    return {y * p, p};
+    const PackF64 e = all<PackF64>(1) - y * g;
+    return {y * quadratic(e), e};
   }
   static Status callout(const double* a, double* r) { return sqrt_callout(a, r); }
 };
@@ -186,8 +188,7 @@ struct InvSqrtF32LA {
   static constexpr int kBlock = 32;
   Pack formula(Pack x) const {
     const Pack g = simd::rsqrt_estimate(x);
-    // 3 + 2^-22 times 0.5 - 2^-25: 3/2 and the centring 6e-8 that neither constant alone can hold.
-    return (g * (all<Pack>(0x1.800002p1f) - x * g * g)) * all<Pack>(0x1.fffffep-2f);
+    return (g * (all<Pack>(3) - x * g * g)) * all<Pack>(0.5f);
   }
   Pack::Mask needs_care(Pack x) const { return inv_sqrt_needs_care(x); }
   static Status callout(const float* a, float* r) { return inv_sqrt_callout<InvSqrtF32HA>(a, r); }
@@ -203,17 +204,16 @@ inline PackF64 inv_sqrt_series(PackF64 e) {
   const Pack upper = all<Pack>(0.312500165) + e * all<Pack>(0.2734375468);
   return e * (all<Pack>(0.5) + e * (all<Pack>(0.375) + e * upper));
 }
-constexpr double kSeriesBound = 0.25;
 
 struct InvSqrtF64HARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastInvertedHA, kHigh = kLargestRooted, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastInvertedHA, kHigh = kLargestRooted;
   // g is a float: its square has 48 bits, which with the head's 5 makes 53. The tail's product rounds below 2^-57.
   static RootF64 root(PackF64 x, PackF64 g) {
     const PackF64 head = x & all_bits<PackF64>(0xFFFF000000000000);
     const PackF64 g2 = g * g;
-    const PackF64 p = inv_sqrt_series((all<PackF64>(1) - head * g2) - (x - head) * g2);
-    return {g + g * p, p};
+    const PackF64 e = (all<PackF64>(1) - head * g2) - (x - head) * g2;
+    return {g + g * inv_sqrt_series(e), e};
   }
   static Status callout(const double* a, double* r) { return inv_sqrt_callout<RootKernelF64<InvSqrtF64HARoot>>(a, r); }
 };
@@ -221,10 +221,10 @@ using InvSqrtF64HA = RootKernelF64<InvSqrtF64HARoot>;
 
 struct InvSqrtF64LARoot {
   static constexpr int kBlock = 8;
-  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted, kBound = kSeriesBound;
+  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted;
   static RootF64 root(PackF64 x, PackF64 g) {
-    const PackF64 p = inv_sqrt_series(all<PackF64>(1) - x * (g * g));
-    return {g + g * p, p};
+    const PackF64 e = all<PackF64>(1) - x * (g * g);
+    return {g + g * inv_sqrt_series(e), e};
   }
   static Status callout(const double* a, double* r) { return InvSqrtF64HA::callout(a, r); }
 };
@@ -232,10 +232,10 @@ using InvSqrtF64LA = RootKernelF64<InvSqrtF64LARoot>;
 
 struct InvSqrtF64EPRoot {
   static constexpr int kBlock = 16;
-  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted, kBound = kQuadraticBound;
+  static constexpr double kLow = kLeastInverted, kHigh = kLargestRooted;
   static RootF64 root(PackF64 x, PackF64 g) {
-    const PackF64 p = quadratic(all<PackF64>(1) - x * (g * g));
-    return {g * p, p};
+    const PackF64 e = all<PackF64>(1) - x * (g * g);
+    return {g * quadratic(e), e};
   }
   static Status callout(const double* a, double* r) { return InvSqrtF64HA::callout(a, r); }
 };

@@ -47,6 +47,18 @@ inline __m256i first_lanes_f64(int count) {
   return first_lanes_f32(2 * count);
 }
 
+// All ones in the lanes whose bits are set.
+inline __m256i ones_of_bits_ps(uint32_t bits) {
+  const __m128i all = _mm_set1_epi32(static_cast<int32_t>(bits));
+  const auto ones = [all](__m128i of) { return _mm_cmpeq_epi32(_mm_and_si128(all, of), of); };
+  return _mm256_setr_m128i(ones(_mm_setr_epi32(1, 2, 4, 8)), ones(_mm_setr_epi32(16, 32, 64, 128)));
+}
+inline __m256i ones_of_bits_pd(uint32_t bits) {
+  const __m128i all = _mm_set1_epi64x(bits);
+  const auto ones = [all](__m128i of) { return _mm_cmpeq_epi64(_mm_and_si128(all, of), of); };
+  return _mm256_setr_m128i(ones(_mm_set_epi64x(2, 1)), ones(_mm_set_epi64x(8, 4)));
+}
+
 // Both widths from one text: NAME is the intrinsic's suffix.
 #define QLX_SIMD_COMMON(Pack, Mask, Real, ps, ones)                                                                  \
   inline Pack broadcast(Pack*, Real x) {                                                                             \
@@ -166,6 +178,10 @@ inline __m256i first_lanes_f64(int count) {
   /* One bit a lane, lane 0 lowest. */                                                                               \
   inline uint32_t lane_bits(Mask m) {                                                                                \
     return static_cast<uint32_t>(_mm256_movemask_##ps(m.v));                                                         \
+  }                                                                                                                  \
+  /* The lanes whose bits are set. */                                                                                \
+  inline Mask lanes_of_bits(Mask, uint32_t bits) {                                                                   \
+    return {_mm256_castsi256_##ps(ones_of_bits_##ps(bits))};                                                         \
   }                                                                                                                  \
   inline bool any(Mask m) {                                                                                          \
     return !_mm256_testz_##ps(m.v, m.v);                                                                             \

@@ -17,6 +17,9 @@ struct IntegersF32 {
   __m128i low, high;
 };
 
+inline IntegersF64 broadcast(const IntegersF64*, int32_t k) {
+  return {_mm_set1_epi32(k)};
+}
 inline IntegersF64 integers_f64(int32_t k) {
   return {_mm_set1_epi32(k)};
 }
@@ -125,10 +128,10 @@ inline PackF32 narrow(PackF64 low, PackF64 high) {
 }
 
 // x times 2^k for the k in the low words of n, which holds k 2^shift + (less than 2^shift) in its 64 bits; x and the
-// product are normal. `mask` clears the lower part.
+// product are normal.
 template <int kShift>
-inline PackF64 add_to_exponent(PackF64 x, PackF64 n, uint64_t mask) {
-  const __m256i k = _mm256_castpd_si256(_mm256_and_pd(n.v, all_bits<PackF64>(mask).v));
+inline PackF64 add_to_exponent(PackF64 x, PackF64 n) {
+  const __m256i k = _mm256_castpd_si256(_mm256_and_pd(n.v, all_bits<PackF64>(~uint64_t{0} << kShift).v));
   const __m256i bits = _mm256_castpd_si256(x.v);
   const __m128i low =
       _mm_add_epi64(_mm256_castsi256_si128(bits), _mm_slli_epi64(_mm256_castsi256_si128(k), 52 - kShift));
@@ -156,11 +159,13 @@ inline Rows4 rows(__m128i v) {
 #endif
 }
 
-inline PackF64 look_up(const double* table, IntegersF64 index) {
-  const Rows4 r = rows(index.v);
+inline PackF64 look_up(const double* table, const Rows4& r) {
   const __m128d low = _mm_loadh_pd(_mm_load_sd(table + r.k[0]), table + r.k[1]);
   const __m128d high = _mm_loadh_pd(_mm_load_sd(table + r.k[2]), table + r.k[3]);
   return {_mm256_insertf128_pd(_mm256_castpd128_pd256(low), high, 1)};
+}
+inline PackF64 look_up(const double* table, IntegersF64 index) {
+  return look_up(table, rows(index.v));
 }
 // Floats, as doubles.
 inline PackF64 look_up(const float* table, IntegersF64 index) {

@@ -62,21 +62,11 @@ inline Rows8 low_bits(PackF32 y) {
   return {rows(j.low), rows(j.high)};
 }
 
-// 2^e table[j] for entries in [1, 2): the exponent is added to the entry's. Here y's bias is 0.
-template <int kBits>
-inline PackF64 look_up_scaled(const double* table, PackF64 y) {
-  const Rows4 j = low_bits<kBits>(y);
-  const __m256i k = _mm256_castpd_si256((y & all_bits<PackF64>(~uint64_t{0} << kBits)).v);
-  const __m128d low = _mm_loadh_pd(_mm_load_sd(table + j.k[0]), table + j.k[1]);
-  const __m128d high = _mm_loadh_pd(_mm_load_sd(table + j.k[2]), table + j.k[3]);
-  const __m128i low_scaled =
-      _mm_add_epi64(_mm_castpd_si128(low), _mm_slli_epi64(_mm256_castsi256_si128(k), 52 - kBits));
-  const __m128i high_scaled =
-      _mm_add_epi64(_mm_castpd_si128(high), _mm_slli_epi64(_mm256_extractf128_si256(k, 1), 52 - kBits));
-  return {_mm256_castsi256_pd(_mm256_insertf128_si256(_mm256_castsi128_si256(low_scaled), high_scaled, 1))};
-}
-
 // table[j], both columns of it where it has two.
+template <int kBits>
+inline PackF64 look_up_below(const double* table, PackF64 y) {
+  return look_up(table, low_bits<kBits>(y));
+}
 template <int kBits>
 inline PairF64 look_up_below(const double (*table)[2], PackF64 y) {
   return look_up(table, low_bits<kBits>(y));
