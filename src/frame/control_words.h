@@ -16,6 +16,14 @@ inline uint32_t current_mode() {
   return qlx_qvm_kernel_GetMode();
 }
 
+// The first step of a report: sets the status as the mode says, and tells whether more is to be done.
+inline bool note_status(Status status) {
+  const uint32_t error_mode = current_mode() & QVM_ERRMODE_MASK;
+  if (error_mode == QVM_ERRMODE_NOERR) return false;
+  static_cast<QvmThreadState*>(platform::thread_slot())->status = status;  // it has a mode, so it is there
+  return error_mode != QVM_ERRMODE_IGNORE;
+}
+
 // While one lives, x87 exceptions are masked, and SSE arithmetic rounds to nearest with all exceptions masked and
 // denormals as the mode says. Its end restores the caller's words and keeps the exception flags that were raised.
 class ControlWords {

@@ -159,12 +159,9 @@ void report(Status status, int32_t index, View<const Element> arg1, View<const E
             View<Element> res2, const char* name) {
   constexpr uint32_t kDispatchBits = 0x2F00;
   constexpr int kIndexShift = std::countr_zero(sizeof(Element));
-  const uint32_t mode = current_mode();
-  const uint32_t error_mode = mode & QVM_ERRMODE_MASK;
-  if (error_mode == QVM_ERRMODE_NOERR) return;
-  auto& state = *static_cast<QvmThreadState*>(platform::thread_slot());  // it has a mode, so it is there
-  state.status = status;
-  if (error_mode == QVM_ERRMODE_IGNORE) return;
+  if (!note_status(status)) return;
+  const QvmThreadState& state = thread_state();
+  const uint32_t mode = state.mode;
 
   QvmElementReport record = {};
   record.code = status;

@@ -470,8 +470,9 @@ class Run {
   }
 
   // Earlier blocks and the result stand in the array while it is reported, and what the report leaves there is the
-  // result. A missing second argument or result repeats the first.
-  [[gnu::cold]] static void report_lane(const void* run, Status status, int32_t i, SavedPass<Real>& saved, int k) {
+  // result. Where only the status is wanted, nothing is stored. A missing second argument or result repeats the first.
+  static void report_lane(const void* run, Status status, int32_t i, SavedPass<Real>& saved, int k) {
+    if (!note_status(status)) return;
     const Run& self = *static_cast<const Run*>(run);
     const auto constant = [](const auto& array) { return View<const Real>{array.view().base, array.view().stride}; };
     const View<const Real> a = constant(self.a_);

@@ -98,7 +98,7 @@ struct Log1pF32HATable {
   using Pack = PackF32;
   static constexpr int kBlock = 16;
   static Pack of(Pack sum, Pack rest) {
-    ReducedF32 s = reduce_f32<0>(sum);
+    ReducedF32 s = reduce_f32(sum);
     s.r2 = s.r2 + (rest * s.c) * scale_of(sum);
     return sum_f32<BaseE<float>>(s, kLnReciprocalF32, kLog1pFitF32HA);
   }

@@ -2,43 +2,55 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "vecmath/powroot/pow.h"
 
-#include "vecmath/simd/avx_one_lane.h"
-
 namespace qlx::powroot {
+namespace {
+
+using Pack = simd::OneF64;
+
+double power_of_2(int k) {
+  return std::bit_cast<double>(static_cast<uint64_t>(k + 1023) << 52);
+}
+
+// log2 of a positive number. A denormal is put to rights by its bits: arithmetic on it may take the processor long.
+Log2Words<Pack> log2_of(double x) {
+  const auto bits = std::bit_cast<uint64_t>(x);
+  if (x >= callout::kTiny<double>) return log2_words<7>(simd::all<Pack>(x), simd::all<Pack>(0));
+  const int shift = std::countl_zero(bits) - 11;
+  const double normal = std::bit_cast<double>((bits << shift & simd::Ieee<double>::kMantissa) | 0x3FF0000000000000);
+  return log2_words<7>(simd::all<Pack>(normal), simd::all<Pack>(-1022 - shift));
+}
+
+// (value + rest) 2^n for a result below 2^-1022, rounded once. In c + value, c = 2^(-1022 - n), the unit of the last
+// place is that of the denormal result: 2^n c is 2^-1022, and the sum is less than 2 c. So the bits above c's are the
+// result's.
+double to_denormal(double value, double rest, int n) {
+  const double c = power_of_2(-1022 - n), near = c + value;
+  const double lost = ((c - near) + value) + rest, sum = near + lost;
+  const auto bits = std::bit_cast<uint64_t>(sum) - std::bit_cast<uint64_t>(c);
+  const bool exact = (near - sum) + lost == 0;
+  return callout::denormal<double>(bits, exact);
+}
+
+}  // namespace
 
 double general_power(double x, double y, double sign) {
-  constexpr double kTwoTo54 = 0x1p54;
-  const bool denormal = x < callout::kTiny<double>;
-  using Pack = simd::OneF64;
-  const Pack base = all<Pack>(denormal ? x * kTwoTo54 : x);
-  const Log2Words<Pack> log = log2_words<7>(base, all<Pack>(denormal ? -54 : 0));
+  const Log2Words<Pack> log = log2_of(x);
   // |log2 x| >= 2^-53, or x is 1, which has been served: a product beyond 2^11 says where the result ends.
   const double t = y * simd::first(log.high);
   if (t >= 1024.5) return callout::overflow(sign);
-  if (t <= -1080) return callout::underflow(sign);
-  const Exp2Words<Pack> e = exp2_words<6>(times_exponent(all<Pack>(y), log));
+  if (t <= -1075.5) return callout::with_sign_of(sign, callout::denormal<double>(0, false));
+  const Exp2Words<Pack> e = exp2_words<6>(times_exponent(simd::all<Pack>(y), log));
   // 128 n and the row are what the shifter's mantissa holds, from its middle.
   const auto shifted = std::bit_cast<int64_t>(simd::first(e.shifted)) - std::bit_cast<int64_t>(0x1.8p45);
   const auto n = static_cast<int>(shifted >> 7);
-  const auto power_of_2 = [](int k) { return std::bit_cast<double>(static_cast<uint64_t>(k + 1023) << 52); };
-  const double value = simd::first(e.value), rest = simd::first(e.rest);
+  const double value = simd::first(e.value), rest = simd::first(e.rest), both = value + rest;
   double power;
   if (n >= 0) {
-    power = ((value + rest) * power_of_2(n - 1)) * callout::opaque(2.0);  // n may be 1024, and the result still finite
-  } else if (n >= -1000) {
-    power = (value + rest) * power_of_2(n);
+    power = (both * power_of_2(n - 1)) * callout::opaque(2.0);  // n may be 1024, and the result still finite
+  } else if (n > -1022 || (n == -1022 && both >= 1)) {
+    power = both * power_of_2(n);
   } else {
-    // Scaled by 2^1022 the least denormal is 2^-52, the last bit of 1 + (less than 1): the sum with 1 is rounded where
-    // a denormal would be, and keeps what a first rounding of the two words would lose. Normal results need no sum.
-    const double scaled_value = value * power_of_2(n + 1022), scaled_rest = rest * power_of_2(n + 1022);
-    double scaled = scaled_value + scaled_rest;
-    if (scaled < 1) {
-      const double lost = (scaled_value - scaled) + scaled_rest;
-      const double with_one = 1 + scaled;
-      const double lost_too = ((1 - with_one) + scaled) + lost;
-      scaled = (with_one + lost_too) - 1;
-    }
-    power = scaled * callout::opaque(0x1p-1022);
+    power = to_denormal(value, rest, n);
   }
   return callout::with_sign_of(sign, power);
 }

@@ -5,4 +5,5 @@
 #include "vecmath/simd/avx.h"
 #include "vecmath/simd/avx_estimate.h"
 #include "vecmath/simd/avx_integer.h"
+#include "vecmath/simd/avx_one_lane.h"
 #include "vecmath/simd/avx_shifter.h"
