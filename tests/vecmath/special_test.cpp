@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "accuracy/kernel_list.h"
+#include "accuracy/random.h"
 #include "accuracy/real.h"
 #include "qlx/qvm.h"
 #include "vecmath/special_rows.h"
@@ -230,6 +231,60 @@ TEST(SpecialValues, denormals_count_as_zeros_in_the_fast_mode) {
           }
         }
       }
+    }
+  }
+  qlx_qvm_kernel_SetMode(QVM_ERRMODE_DEFAULT);
+}
+
+// A kernel's results in a mode: the two arrays of results behind each other.
+template <class Real>
+std::vector<Real> results_of(const KernelRow& kernel, int slot, uint32_t mode, const std::vector<Real>& a,
+                             const std::vector<Real>& b) {
+  qlx_qvm_kernel_SetMode(mode);
+  const auto n = static_cast<int32_t>(a.size());
+  std::vector<Real> r(2 * a.size());
+  call_unit(kernel, slot, n, Arrays<Real>{a.data(), b.data(), r.data(), r.data() + n});
+  return r;
+}
+template <class Real>
+void check_fast_mode(const KernelRow& kernel) {
+  // Half of the arguments over all exponents, half where exponentials and their kin have ordinary results.
+  constexpr size_t kCount = 20000;
+  Random random(1);
+  std::vector<Real> a(kCount), b(kCount);
+  for (size_t i = 0; i < kCount; ++i) {
+    const auto any = [&] {
+      if (i % 2 == 0) return static_cast<Real>(random.between(-1.1, 1.1) * std::numeric_limits<Real>::max_exponent);
+      const auto sign = static_cast<Real>(random.bits() % 2 == 0 ? 1 : -1);
+      const int64_t least = std::numeric_limits<Real>::min_exponent, most = std::numeric_limits<Real>::max_exponent;
+      return sign *
+             std::ldexp(static_cast<Real>(random.between(0.5, 1)), static_cast<int>(random.integer(least, most)));
+    };
+    a[i] = any();
+    b[i] = kernel.shape == Shape::kAXR ? Real(1.7) : any();
+  }
+  for (int slot = 0; slot < 3; ++slot) {
+    const std::vector<Real> accurate = results_of(kernel, slot, QVM_ERRMODE_IGNORE | QVM_DENORMAL_ACCURATE, a, b);
+    const std::vector<Real> fast = results_of(kernel, slot, QVM_ERRMODE_IGNORE | QVM_DENORMAL_FAST, a, b);
+    int different = 0;
+    size_t at = 0;
+    for (size_t i = 0; i < accurate.size(); ++i) {
+      if (std::fpclassify(accurate[i]) == FP_SUBNORMAL || to_bits(accurate[i]) == to_bits(fast[i])) continue;
+      if (different++ == 0) at = i;
+    }
+    EXPECT_EQ(different, 0) << kernel.type << kernel.name << " " << kSlotNames[slot] << " of " << a[at % kCount] << ", "
+                            << b[at % kCount] << ": " << accurate[at] << ", in the fast mode " << fast[at];
+  }
+}
+
+// Nor in what a formula does between.
+TEST(SpecialValues, the_fast_mode_changes_no_result_without_denormals) {
+  for (const KernelRow& kernel : kernel_list()) {
+    if (!kernel.real() || kernel.shape == Shape::kOther || kernel.shape == Shape::kLinearFrac) continue;
+    if (kernel.type == 's') {
+      check_fast_mode<float>(kernel);
+    } else {
+      check_fast_mode<double>(kernel);
     }
   }
   qlx_qvm_kernel_SetMode(QVM_ERRMODE_DEFAULT);

@@ -159,8 +159,8 @@ struct Expm1HA : TwoParts {
     const Pack sum_error = b - (sum - a);
     const Pack t = y.row_upper + y.row_lower;
     const Pack low = (t * tail + y.row_lower * head) + y.row_lower;
-    // Next to 0 the result is x, of whose parts the lower would be denormal.
-    return simd::select(simd::abs(x) < all<Pack>(TwoParts::kItself), x, sum + ((a_error + sum_error) + low));
+    // Next to 0 the result is x, which is upper there and has no parts that are normal.
+    return simd::select(simd::abs(x) < all<Pack>(TwoParts::kItself), y.upper, sum + ((a_error + sum_error) + low));
   }
 };
 
