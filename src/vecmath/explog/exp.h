@@ -122,17 +122,16 @@ struct ExpF64 {
   static Status callout(const double* a, double* r) { return exp_callout(kExpRangeF64, 971, exp_sum, *a, r); }
 };
 
-constexpr double kShifterF64 = simd::shifter_f64(0, 0);
-
 struct ExpF64LA : ExpF64 {
   Pack formula(Pack x) const {
-    const Pack y = x * all<Pack>(0x1.71547652b82fep+10) + all<Pack>(kShifterF64);
-    const Pack n = y - all<Pack>(kShifterF64);
+    constexpr double kBiased = simd::shifter_f64(0, 1023 * 1024);
+    const Pack y = x * all<Pack>(0x1.71547652b82fep+10) + all<Pack>(kBiased);
+    const Pack n = y - all<Pack>(kBiased);
     // ln 2 / 1024: 31 bits, and n has 21.
     const Pack r = (x - n * all<Pack>(0x1.62e42fecp-11)) - n * all<Pack>(0x1.d1cf79abc9e3bp-42);
     const Pack q = r + (r * r) * (all<Pack>(0.50000000357965391) + r * all<Pack>(1.0 / 6));
     const Pack t = simd::look_up_below<10>(kExp2Row1024, y);
-    return simd::add_to_exponent<10>(t + t * q, y);
+    return (t + t * q) * simd::power_of_two_above<10>(y);
   }
 };
 
@@ -152,10 +151,11 @@ struct ExpF64HA : ExpF64 {
 
 struct ExpF64EP : ExpF64 {
   Pack formula(Pack x) const {
-    const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kShifterF64);
-    const Pack r = x - (y - all<Pack>(kShifterF64)) * all<Pack>(0x1.62e42fefa39efp-8);
+    constexpr double kBiased = simd::shifter_f64(0, 1023 * 128);
+    const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kBiased);
+    const Pack r = x - (y - all<Pack>(kBiased)) * all<Pack>(0x1.62e42fefa39efp-8);
     const Pack t = simd::look_up_below<7>(kExp2Row128, y);
-    return simd::add_to_exponent<7>(t + t * (r + (r * r) * all<Pack>(0.49999908361121337)), y);
+    return (t + t * (r + (r * r) * all<Pack>(0.49999908361121337))) * simd::power_of_two_above<7>(y);
   }
 };
 

@@ -183,10 +183,10 @@ struct Expm1F32EP : Expm1F32 {
 
 struct Expm1F64EP : Expm1F64 {
   Pack formula(Pack x) const {
-    constexpr double kShifter = simd::shifter_f64(0, 0);
+    constexpr double kShifter = simd::shifter_f64(0, 1023 * 128);
     const Pack y = x * all<Pack>(0x1.71547652b82fep+7) + all<Pack>(kShifter);
     const Pack r = x - (y - all<Pack>(kShifter)) * all<Pack>(0x1.62e42fefa39efp-8);
-    const Pack t = simd::add_to_exponent<7>(simd::look_up_below<7>(kExp2Row128, y), y);
+    const Pack t = simd::look_up_below<7>(kExp2Row128, y) * simd::power_of_two_above<7>(y);
     return signed_as(x, (t - all<Pack>(1)) + t * (r + (r * r) * (all<Pack>(0.5) + r * all<Pack>(1.0 / 6))));
   }
 };
