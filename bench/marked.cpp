@@ -1,7 +1,7 @@
 // What one marked lane costs: a lane that leaves the fast path in an array of ordinary ones, for every kernel.
 // SPDX-License-Identifier: Apache-2.0
 //
-//   bench_marked [FUNCTION...]      such as sExp dPow; none: all
+//   bench_marked [--lanes] [FUNCTION...]      such as sExp dPow; none: all
 //
 // Prints the ns of a call with n = 1000 where all lanes are ordinary, and what it takes longer when one element is a
 // NaN, a denormal, an infinity, -1, the largest number, or one whose result is denormal: the dearest of them counts.
@@ -11,9 +11,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "vecmath/kernels.h"
@@ -62,18 +62,23 @@ struct Dearest {
 };
 
 template <class Real>
-void measure(const Function<Real>& f, Dearest& dearest) {
+void measure(const Function<Real>& f, bool lanes, Dearest& dearest) {
   using Limits = std::numeric_limits<Real>;
-  // The last ones: e^x, x^3, x^(3/2) and 1/x are denormal.
+  // From "e^a" on, the result is denormal; the last ones are for two arguments, far from 1 or from each other.
   constexpr bool kFloat = sizeof(Real) == 4;
+  const Real small = kFloat ? Real(1e-30) : Real(1e-200), large = kFloat ? Real(1e30) : Real(1e200);
   const Kind<Real> kinds[] = {{"NaN", Limits::quiet_NaN()},
-                              {"denormal", Limits::denorm_min()},
                               {"infinity", Limits::infinity()},
                               {"-1", -1},
                               {"largest", Limits::max()},
-                              {"exp to denormal", kFloat ? Real(-88) : Real(-709)},
-                              {"cube to denormal", kFloat ? Real(1e-13) : Real(1e-103), 3},
-                              {"3/2 to denormal", kFloat ? Real(1e-26) : Real(1e-206), Real(1.5)}};
+                              {"denormal", Limits::denorm_min()},
+                              {"e^a denormal", kFloat ? Real(-88) : Real(-709)},
+                              {"a^3 denormal", kFloat ? Real(1e-13) : Real(1e-103), 3},
+                              {"a^(3/2) denormal", kFloat ? Real(1e-26) : Real(1e-206), Real(1.5)},
+                              {"two denormals", Limits::denorm_min(), Limits::denorm_min()},
+                              {"two small", small, small},
+                              {"two large", large, large},
+                              {"large and small", large, small}};
   const Kind<Real> ordinary_lane = {"", 1.5};
   std::vector<Real> a(kN), b(kN), r(kN), s(kN);
   for (int i = 0; i < kN; ++i) {
@@ -90,24 +95,23 @@ void measure(const Function<Real>& f, Dearest& dearest) {
       for (size_t k = 0; k < std::size(kinds); ++k) keep_least(marked[k], a, b, kinds[k], call);
     }
     const auto at = std::max_element(std::begin(marked), std::end(marked));
-    if (getenv("ALL"))
-      for (size_t k = 0; k < std::size(kinds); ++k)
-        std::printf("      %-20s %6.0f\n", kinds[k].name, marked[k] - ordinary);
     const double most = *at - ordinary;
     const char* of = kinds[at - std::begin(marked)].name;
     const bool all = f.row->first_slot(1) == 0 && f.row->first_slot(2) == 0;
     const char* accuracy = all ? "all" : kAccuracy[slot];
     std::printf("%-14s %-3s %9.0f %8.0f  %s\n", f.full_name.c_str(), accuracy, ordinary, most, of);
+    for (size_t k = 0; lanes && k < std::size(kinds); ++k) {
+      std::printf("%28s %8.0f  %s\n", "", marked[k] - ordinary, kinds[k].name);
+    }
     if (most > dearest.cost) dearest = {most, f.full_name + " " + accuracy};
   }
 }
 
 template <class Real>
-void measure_all(int argc, char** argv, Dearest& dearest) {
+void measure_all(const std::vector<std::string>& names, bool lanes, Dearest& dearest) {
   for (const auto& f : all_functions<Real>()) {
-    bool wanted = argc == 1;
-    for (int k = 1; k < argc; ++k) wanted = wanted || f.full_name == argv[k];
-    if (wanted) measure(f, dearest);
+    const bool wanted = names.empty() || std::count(names.begin(), names.end(), f.full_name) != 0;
+    if (wanted) measure(f, lanes, dearest);
   }
 }
 
@@ -116,8 +120,10 @@ void measure_all(int argc, char** argv, Dearest& dearest) {
 int main(int argc, char** argv) {
   qlx_qvm_kernel_SetMode(QVM_ERRMODE_IGNORE);
   std::puts("function       acc   call ns  +lane ns  dearest lane");
+  std::vector<std::string> names(argv + 1, argv + argc);
+  const bool lanes = std::erase(names, "--lanes") != 0;
   Dearest dearest;
-  measure_all<float>(argc, argv, dearest);
-  measure_all<double>(argc, argv, dearest);
+  measure_all<float>(names, lanes, dearest);
+  measure_all<double>(names, lanes, dearest);
   std::printf("dearest: %s, %.0f ns\n", dearest.kernel.c_str(), dearest.cost);
 }

@@ -259,6 +259,7 @@ class Run {
       if (simd::any(care)) [[unlikely]] {
         SavedPass<Real> saved;
         for (int j = 0; j < kRegisters; ++j) save_results(x[j], saved, j * kLanes);
+        if constexpr (kHasSecondRoad) return second_pass<kRegisters>(*this, i, saved);
         return careful_pass(*this, i, kRegisters * kLanes, saved);
       }
     }
@@ -280,6 +281,38 @@ class Run {
       }
     }
     store_first(x, i, count);
+  }
+
+  // A pass with lanes that the second road may serve: for the arrays that need it everywhere.
+  template <int kRegisters>
+  [[gnu::noinline]] static void second_pass(const Run run, int32_t i, SavedPass<Real>& saved) {
+    Mask care[kRegisters], served[kRegisters];
+    Mask any_care = simd::lanes_of_bits(Mask{}, 0), any_served = any_care;
+    const auto each_register = [&](const auto& body) __attribute__((always_inline)) {
+#pragma GCC unroll 8
+      for (int j = 0; j < kRegisters; ++j) body(j, run.load(i + j * kLanes));
+    };
+    each_register([&](int j, Lanes x) __attribute__((always_inline)) {
+      run.recall_marks(x, j * kLanes, saved);
+      care[j] = x.care & of_arguments(x, [&](auto... a) { return run.formula_.second_care(a...); });
+      served[j] = simd::without(x.care, care[j]);
+      any_care = any_care | care[j];
+      any_served = any_served | served[j];
+    });
+    if (!simd::any(any_served)) return careful_pass(run, i, kRegisters * kLanes, saved);
+    Pack r[kRegisters];
+    each_register([&](int j, const Lanes& x) __attribute__((always_inline)) {
+      const Pack second = of_arguments(x, [&](auto... a) { return run.formula_.second_formula(a...); });
+      r[j] = simd::select(served[j], second, simd::load(saved.r + j * kLanes));
+    });
+    if (simd::any(any_care)) {
+      for (int j = 0; j < kRegisters; ++j) {
+        simd::store_aligned(saved.r + j * kLanes, r[j]);
+        simd::store_aligned(saved.care + j * kLanes, Pack{care[j].v});
+      }
+      return careful_pass(run, i, kRegisters * kLanes, saved);
+    }
+    for (int j = 0; j < kRegisters; ++j) run.r_.store(i + j * kLanes, r[j]);
   }
 
   // A pass with lanes that need care: mending, the walk, the store. By value, so that the fast path's run never has an
@@ -313,20 +346,24 @@ class Run {
     saved.stored = count;
   }
 
-  // The marked lanes of a register, whose arguments are saved.
-  [[gnu::always_inline]] uint32_t marks(int32_t i, int k, int lanes, SavedPass<Real>& saved) const {
-    Lanes x = lanes == kLanes ? load(i + k) : load_first(i + k, lanes);
+  // A register's marks, which are saved if they came on the way.
+  [[gnu::always_inline]] void recall_marks(Lanes& x, int k, const SavedPass<Real>& saved) const {
     if constexpr (kMarksOnTheWay) {
       x.care = Mask{simd::load(saved.care + k).v};
     } else {
       mark(x);
     }
+  }
+
+  // The marked lanes of a register, whose arguments are saved.
+  [[gnu::always_inline]] uint32_t marks(int32_t i, int k, int lanes, SavedPass<Real>& saved) const {
+    Lanes x = lanes == kLanes ? load(i + k) : load_first(i + k, lanes);
+    recall_marks(x, k, saved);
     save_arguments(x, saved, k);
     return simd::lane_bits(x.care & simd::first_lanes(x.care, lanes));
   }
 
-  // Both roads mend the results of lanes and return the bits of those left. The second one takes whole passes, for the
-  // arrays that need it everywhere.
+  // Both roads mend the results of lanes and return the bits of those left.
   uint32_t take_second_road(int count, uint32_t bits, SavedPass<Real>& saved) const {
     uint32_t left = 0;
     for (int k = 0; k < count; k += kLanes) {

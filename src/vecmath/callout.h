@@ -65,8 +65,30 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
+// ---- Denormals, without arithmetic on them: it makes some processors start over, for 40 ns
+
+template <class Real>
+inline bool is_denormal(Real x) {  // or a zero
+  return simd::Ieee<Real>::magnitude(x) < simd::Ieee<Real>::kImplicitBit;
+}
+template <class Real, int kExponent>
+inline constexpr Real kPowerOf2 = std::bit_cast<Real>(static_cast<typename simd::Ieee<Real>::Bits>(
+    static_cast<typename simd::Ieee<Real>::Bits>(kExponent + simd::Ieee<Real>::kBias)
+    << simd::Ieee<Real>::kMantissaBits));
+
+// |x| 2^kLift of a denormal x, exact: its bits as those of a power of two's mantissa, less the power. kLift is a
+// multiple of 6, so that roots lift by integers.
+template <class Real>
+inline constexpr int kLift = sizeof(Real) == 4 ? 150 : 1074;
+template <class Real>
+inline Real lifted(Real x) {
+  constexpr Real kPower = kPowerOf2 < Real, sizeof(Real) == 4 ? 24 : 52 > ;
+  using Bits = typename simd::Ieee<Real>::Bits;
+  return std::bit_cast<Real>(simd::Ieee<Real>::magnitude(x) | std::bit_cast<Bits>(kPower)) - kPower;
+}
+
 // The denormal, or zero, of these bits, with the underflow flag unless it is exact; 0 where the control word flushes
-// denormals. No arithmetic: on denormals it makes some processors start over, for 40 ns.
+// denormals.
 template <class Real>
 inline Real denormal(typename simd::Ieee<Real>::Bits bits, bool exact) {
   constexpr uint32_t kUnderflowInexact = 0x30, kFlushing = 0x8000;
@@ -77,6 +99,8 @@ inline Real denormal(typename simd::Ieee<Real>::Bits bits, bool exact) {
   }
   return flushed ? Real{0} : std::bit_cast<Real>(bits);
 }
+
+// ---- Formulas
 
 // A formula's result at one argument, or one pair, in its range: the callout's arithmetic is the lanes' own.
 template <class Formula, class... Arguments>

@@ -92,8 +92,8 @@ inline double scalar_log(double x, int down) {
   return scalar_log(x, down, Base::kTwoHi, Base::kTwoLo, Base::kLeadHi + Base::kLeadLo);
 }
 
-// Ln, Log2, Log10 of what is no positive normal number. Where denormals are zeros, scaling one gives 0: a pole. Of
-// a denormal the logarithm of x 2^60 is taken with 60 less for the exponent: no argument that comes here is near 1.
+// Ln, Log2, Log10 of what is no positive normal number. Where denormals are zeros they compare equal to 0: a pole. Of a
+// denormal the logarithm of x 2^kLift is taken, with kLift less for the exponent: nothing that comes here is near 1.
 template <class Base, class Real>
 inline Status log_callout(const Real* a, Real* r) {
   const Real x = *a;
@@ -101,11 +101,10 @@ inline Status log_callout(const Real* a, Real* r) {
     if (x == -callout::kInfinity<Real>) return *r = callout::invalid<Real>(), kDomain;
     return *r = x * x, kOk;
   }
-  const bool denormal = callout::magnitude(x) < callout::kTiny<Real>;
-  const Real scaled = denormal ? x * Real(0x1p60) : x;
-  if (scaled == 0) return *r = callout::pole(Real{-1}), kPole;
-  if (scaled < 0) return *r = callout::invalid<Real>(), kDomain;
-  return *r = static_cast<Real>(scalar_log<Base>(static_cast<double>(scaled), 60)), kOk;
+  if (x == 0) return *r = callout::pole(Real{-1}), kPole;
+  if (x < 0) return *r = callout::invalid<Real>(), kDomain;
+  const auto lifted = static_cast<double>(callout::lifted(x));
+  return *r = static_cast<Real>(scalar_log<Base>(lifted, callout::kLift<Real>)), kOk;
 }
 
 // The formula of Ln, Log2 and Log10; Base is that in double, for the callout.

@@ -191,15 +191,14 @@ inline PackF64 power_f64(PackF64 x) {
 
 // ---- Callouts ------------------------------------------------------------------------------------------------------
 
-// A denormal, scaled into the range by 2^(3 k) and its result by 2^(-3 k p).
+// A denormal, lifted into the range, and its result brought back.
 template <class Formula>
 inline typename Formula::Pack::Real power_of_denormal(typename Formula::Pack::Real x) {
   using Real = typename Formula::Pack::Real;
-  constexpr Real kScale = sizeof(Real) == 4 ? Real(0x1p24) : Real(0x1p54);
-  constexpr Real kRoot = sizeof(Real) == 4 ? Real(0x1p8) : Real(0x1p18);  // kScale^(1/3)
-  constexpr int kThirds = Formula::Power::kThirds;
-  constexpr Real kBack = kThirds == 1 ? 1 / kRoot : kThirds == -1 ? kRoot : 1 / (kRoot * kRoot);
-  return callout::one_lane<Formula>(x * kScale) * kBack;
+  using Power = typename Formula::Power;
+  constexpr int kBack = -callout::kLift<Real> / 3 * Power::kThirds;
+  const Real power = callout::one_lane<Formula>(callout::lifted(x)) * callout::kPowerOf2<Real, kBack>;
+  return Power::kOdd ? callout::with_sign_of(x, power) : power;
 }
 
 // No power of these reports, but for the pole of InvCbrt.

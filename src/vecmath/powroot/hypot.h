@@ -47,6 +47,14 @@ inline float careful_hypot(float larger, float smaller) {
 // units of its last place.
 template <class Formula>
 inline double careful_hypot(double larger, double smaller) {
+  if (callout::is_denormal(larger)) {
+    // As numbers of the least denormal; from 2^52 on the root is normal again.
+    const double units = callout::one_lane<Formula>(callout::lifted(larger), callout::lifted(smaller));
+    if (units >= 0x1p52) return units * callout::kPowerOf2<double, -100> * callout::kPowerOf2<double, 100 - 1074>;
+    const double whole = units + 0x1p52;  // rounded to an integer, which its mantissa holds
+    const auto bits = std::bit_cast<uint64_t>(whole) & simd::Ieee<double>::kMantissa;
+    return callout::denormal<double>(bits, whole - 0x1p52 == units);
+  }
   const uint64_t field = 2046 - (std::bit_cast<uint64_t>(larger) >> 52);
   const double scale = std::bit_cast<double>((field > 1 ? field : 1) << 52);
   return callout::one_lane<Formula>(larger * scale, smaller * scale) * callout::opaque(1 / scale);

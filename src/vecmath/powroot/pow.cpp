@@ -11,15 +11,6 @@ double power_of_2(int k) {
   return std::bit_cast<double>(static_cast<uint64_t>(k + 1023) << 52);
 }
 
-// log2 of a positive number. A denormal is put to rights by its bits: arithmetic on it may take the processor long.
-Log2Words<Pack> log2_of(double x) {
-  const auto bits = std::bit_cast<uint64_t>(x);
-  if (x >= callout::kTiny<double>) return log2_words<7>(simd::all<Pack>(x), simd::all<Pack>(0));
-  const int shift = std::countl_zero(bits) - 11;
-  const double normal = std::bit_cast<double>((bits << shift & simd::Ieee<double>::kMantissa) | 0x3FF0000000000000);
-  return log2_words<7>(simd::all<Pack>(normal), simd::all<Pack>(-1022 - shift));
-}
-
 // (value + rest) 2^n for a result below 2^-1022, rounded once. In c + value, c = 2^(-1022 - n), the unit of the last
 // place is that of the denormal result: 2^n c is 2^-1022, and the sum is less than 2 c. So the bits above c's are the
 // result's.
@@ -34,7 +25,9 @@ double to_denormal(double value, double rest, int n) {
 }  // namespace
 
 double general_power(double x, double y, double sign) {
-  const Log2Words<Pack> log = log2_of(x);
+  const bool denormal = callout::is_denormal(x);
+  const Pack base = simd::all<Pack>(denormal ? callout::lifted(x) : x);
+  const Log2Words<Pack> log = log2_words<7>(base, simd::all<Pack>(denormal ? -callout::kLift<double> : 0));
   // |log2 x| >= 2^-53, or x is 1, which has been served: a product beyond 2^11 says where the result ends.
   const double t = y * simd::first(log.high);
   if (t >= 1024.5) return callout::overflow(sign);

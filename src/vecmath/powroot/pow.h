@@ -213,6 +213,7 @@ inline Status pow_callout(const Real* a, const Real* b, Real* r) {
   }
   if (x == -1 && kind != 0) return *r = callout::with_sign_of(sign, Real{1}), kOk;
   if (x < 0 && kind == 0) return *r = callout::invalid<Real>(), kDomain;
+  if (callout::is_denormal(y)) return *r = 1, kOk;  // which also spares arithmetic on it
   *r = static_cast<Real>(callout::opaque(general_power(magnitude, y, sign)));
   const Real size = callout::magnitude(*r);
   return size > callout::kLargest<Real> ? kOverflow : size < callout::kTiny<Real> ? kUnderflow : kOk;

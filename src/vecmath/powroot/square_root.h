@@ -67,7 +67,7 @@ struct RootKernelF64 : Root {
 
 // ---- Callouts ------------------------------------------------------------------------------------------------------
 
-// Sqrt, all accuracies: the hardware root of a denormal is as good as that of any other number.
+// Sqrt, all accuracies: the hardware root, which is rounded correctly.
 template <class Real>
 inline Status sqrt_callout(const Real* a, Real* r) {
   const Real x = *a;
@@ -77,10 +77,11 @@ inline Status sqrt_callout(const Real* a, Real* r) {
   }
   if (x == 0) return *r = x + x, kOk;  // +-0 as it is; under denormals-are-zero the zero of a denormal's sign
   if (x < 0) return *r = callout::invalid<Real>(), kDomain;
-  return *r = std::sqrt(x), kOk;
+  if (!callout::is_denormal(x)) return *r = std::sqrt(x), kOk;
+  return *r = std::sqrt(callout::lifted(x)) * callout::kPowerOf2<Real, -callout::kLift<Real> / 2>, kOk;
 }
 
-// InvSqrt: 4^kScale moves denormals and the smallest normals into the formula's range, and 4^-kScale the largest; for
+// InvSqrt: 4^kScale moves the smallest normal numbers into the formula's range, and 4^-kScale the largest; for
 // double, the range in which a float can make the estimate.
 template <class Formula>
 inline Status inv_sqrt_callout(const typename Formula::Pack::Real* a, typename Formula::Pack::Real* r) {
@@ -91,7 +92,9 @@ inline Status inv_sqrt_callout(const typename Formula::Pack::Real* a, typename F
   if (x == callout::kInfinity<Real>) return *r = 0, kOk;
   if (x == 0) return *r = callout::pole(x), kPole;
   if (x < 0) return *r = callout::invalid<Real>(), kDomain;  // -infinity too
-  if (x < 1) {
+  if (callout::is_denormal(x)) {
+    *r = callout::one_lane<Formula>(callout::lifted(x)) * callout::kPowerOf2<Real, callout::kLift<Real> / 2>;
+  } else if (x < 1) {
     *r = callout::one_lane<Formula>(x * (kRoot * kRoot)) * kRoot;
   } else {
     *r = callout::one_lane<Formula>(x * (1 / (kRoot * kRoot))) * (1 / kRoot);
