@@ -111,6 +111,23 @@ TEST_F(Report, happens_between_computing_and_storing_a_block) {
   _qvmsInv(32, a.data(), r);  // one block of 32
   EXPECT_EQ(seen, (std::vector<float>{2, kInf, 1009, 1020, 20, kInf, 1009, kInf}));
   EXPECT_EQ(r[9], 1.0f);
+  // Two blocks of 16 that one pass takes: the first is stored before the second's report, which may still change it.
+  seen.clear();
+  std::iota(r, r + 32, 1000.0f);
+  _qvmSetErrorCallBack([](QvmElementReport* report) {
+    seen.insert(seen.end(), {static_cast<float>(report->index), r[9], r[17], r[20]});
+    if (report->index == 20) r[9] = 5;
+    return 0;
+  });
+  _qvmsLn(32, a.data(), r);
+  EXPECT_EQ(seen, (std::vector<float>{2, 1009, 1017, 1020, 20, 0, 1017, -kInf}));
+  EXPECT_EQ(r[2], -kInf);
+  EXPECT_EQ(r[9], 5);
+  EXPECT_EQ(r[17], 0);
+  _qvmSetErrorCallBack([](QvmElementReport* report) {
+    seen.insert(seen.end(), {static_cast<float>(report->index), r[2], r[9], r[20]});
+    return 0;
+  });
   // Strided calls end element by element: what precedes a marked element is stored.
   seen.clear();
   std::iota(r, r + 32, 1000.0f);

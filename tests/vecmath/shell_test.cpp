@@ -45,17 +45,21 @@ class Guarded {
 // Ordinary arguments and special ones, mixed.
 template <class Real>
 void fill(Real* x, int n, unsigned seed) {
-  static const Real special[] = {0,
-                                 -Real{0},
-                                 std::numeric_limits<Real>::infinity(),
-                                 -1,
-                                 -700,
-                                 std::numeric_limits<Real>::quiet_NaN(),
-                                 std::numeric_limits<Real>::denorm_min(),
-                                 std::numeric_limits<Real>::max()};
+  static const Real special[] = {
+      0,
+      -Real{0},
+      std::numeric_limits<Real>::infinity(),
+      -1,
+      -700,
+      std::numeric_limits<Real>::quiet_NaN(),
+      std::numeric_limits<Real>::denorm_min(),
+      std::numeric_limits<Real>::max(),
+      static_cast<Real>(sizeof(Real) == 4 ? 1e30 : 1e100),  // a double beyond a float's range
+      static_cast<Real>(sizeof(Real) == 4 ? 1e-30 : 1e-100)};
   std::mt19937 random(seed);
   for (int i = 0; i < n; ++i) {
-    x[i] = random() % 8 == 0 ? special[random() % 8] : std::ldexp(static_cast<Real>(random() + 1u), -30);
+    x[i] =
+        random() % 8 == 0 ? special[random() % std::size(special)] : std::ldexp(static_cast<Real>(random() + 1u), -30);
   }
 }
 
