@@ -17,8 +17,9 @@
 //
 //   high + (high s(r) + low),   |s(r)| < 2^-6.
 //
-// That leaves 0.51 units, and cubes exact. The accuracies differ in where the series ends: float HA after r^4 (2^-35;
-// Pow2o3 after r^3, 2^-29), double EP after r^4 (2^-35, one word), LA after r^8 (2^-60), HA after r^9 (2^-66).
+// That leaves 0.51 to 0.56 units, and cubes exact. The accuracies differ in where the series ends: float HA after r^4
+// (2^-35; Pow2o3 after r^3, 2^-29), double EP after r^4 (2^-33 to 2^-35, one word), LA after r^8 (2^-60), HA after r^9
+// (2^-66).
 //
 // The division by 3 is W. Kahan's for initial guesses of cube roots ("Computing a Real Cube Root", 1991); the table and
 // series are P. T. P. Tang's scheme (ACM TOMS 16, 1990).

@@ -3,11 +3,12 @@
 //
 // x^y = 2^(y log2 x) for positive normal x; everything else, and results that are not normal, are the callout's.
 //
-//   sPow EP   in float: ln x by the polynomial of degree 8 on [2/3, 4/3), e^t by a cubic: relative error 2^-13
+//   sPow EP   in float: ln x by the polynomial of degree 8 on [2/3, 4/3), e^t by a cubic: relative error 2^-12.5
 //   sPow LA, HA   in double, four lanes at a time: ln x by the logarithm core to 2^-50, e^t from 2048 rows to 2^-40
-//   dPow EP   the same, and t = y ln x is below 709 with an error of 2^-43: 2^-39
-//   dPow LA, HA   log2 x in two words, to 2^-65 of its size, since an error of t is one of the result, and t reaches
-//             1000; 2^t from 128 rows of two words
+//   dPow EP   the same; next to x = 1, where ln x is 10^-3 and its error of 2^-50 is 2^-42 of it, t reaches 709 all the
+//             same: 2^-32
+//   dPow LA, HA   log2 x in two words, to 2^-63 (LA) and 2^-65 of its size, since an error of t is one of the result,
+//             and t reaches 1000; 2^t from 128 rows of two words
 //
 // The logarithm in two words. x = 2^e m, row i is 1024 (m - 1) rounded to an integer, and T the float next to A / (1 +
 // i/1024), for A = 0x1.715474p0, the float below log2 e. Then R = m T - A is small, |R| < 2^-10.4, and
