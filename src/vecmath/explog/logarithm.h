@@ -22,7 +22,8 @@ using simd::PackF64;
 // ---- Bases ---------------------------------------------------------------------------------------------------------
 // For a base b: log_b 2 whole and in two parts, kTwoHi short enough that e kTwoHi is exact for every exponent e; and
 // log_b e, the leading coefficient of log_b(1 + r), in two parts, kLeadHi of so few bits that its product with the
-// leading part of r is exact. The parts that aren't "given" are what is left of the mathematical value.
+// leading part of r is exact: log_b e is kLeadHi + kLeadLo for double, and kLeadHi (1 + kLeadLo) for float. The parts
+// that aren't "given" are what is left of the mathematical value.
 
 template <class Real>
 struct BaseE;
@@ -48,7 +49,7 @@ template <>
 struct Base2<float> {
   using InDouble = Base2<double>;
   static constexpr float kTwo = 1, kTwoHi = 1, kTwoLo = 0;
-  static constexpr float kLeadHi = 0x1.71p0f, kLeadLo = 0x1.51d94ap-10f;  // 9 bits
+  static constexpr float kLeadHi = 0x1.7p0f, kLeadLo = 0x1.d9afc2p-9f;  // 5 bits
 };
 template <>
 struct Base2<double> {
@@ -61,10 +62,10 @@ struct Base10;
 template <>
 struct Base10<float> {
   using InDouble = Base10<double>;
-  static constexpr float kTwo = std::bit_cast<float>(0x3E9A209Bu);         // given
-  static constexpr float kTwoHi = std::bit_cast<float>(0x3E9A2100u);       // given; 16 bits
-  static constexpr float kTwoLo = std::bit_cast<float>(0xB64AF600u);       // given
-  static constexpr float kLeadHi = 0x1.bcp-2f, kLeadLo = 0x1.6f62a4p-11f;  // 8 bits
+  static constexpr float kTwo = std::bit_cast<float>(0x3E9A209Bu);       // given
+  static constexpr float kTwoHi = std::bit_cast<float>(0x3E9A2100u);     // given; 16 bits
+  static constexpr float kTwoLo = std::bit_cast<float>(0xB64AF600u);     // given
+  static constexpr float kLeadHi = 0x1.bcp-2f, kLeadLo = 0.0016161024f;  // 7 bits; given
 };
 template <>
 struct Base10<double> {

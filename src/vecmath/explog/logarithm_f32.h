@@ -30,13 +30,11 @@ namespace qlx::explog {
 
 #include "vecmath/explog/tables/ln_reciprocal_f32.inc"
 #include "vecmath/explog/tables/log10_fit_f32_ep.inc"
-#include "vecmath/explog/tables/log10_fit_f32_ha.inc"
 #include "vecmath/explog/tables/log10_fit_f32_la.inc"
 #include "vecmath/explog/tables/log10_reciprocal_f32.inc"
 #include "vecmath/explog/tables/log1p_fit_f32_ha.inc"
 #include "vecmath/explog/tables/log1p_fit_f32_la.inc"
 #include "vecmath/explog/tables/log2_fit_f32_ep.inc"
-#include "vecmath/explog/tables/log2_fit_f32_ha.inc"
 #include "vecmath/explog/tables/log2_fit_f32_la.inc"
 #include "vecmath/explog/tables/log2_reciprocal_f32.inc"
 
@@ -72,27 +70,28 @@ inline ReducedF32 reduce_f32(PackF32 x) {
   return {(exponent - all<PackF32>(127)) + above_root, c, high * c - all<PackF32>(1), (m - high) * c, row};
 }
 
-// log(2^e (1 + r)) + T(c) by the table of a base, rounded once. A1: log_b of 1 + r behind its leading term.
+// log(2^e (1 + r)) + T(c) by the table of a base, rounded once. fit: log_b(1 + r) behind its leading term,
+// in s = r kLeadHi.
 template <class Base, size_t kRows, size_t kTerms>
 inline PackF32 sum_f32(const ReducedF32& x, const float (&table)[kRows][2], const float (&fit)[kTerms]) {
   using Pack = PackF32;
   const simd::PairF32 t = simd::look_up(table, x.row);
-  const Pack r = x.r1 + x.r2;
-  Pack head = t.first, leading = x.r1, tail = t.second + x.r2 * all<Pack>(Base::kLeadHi);
+  // r times the short part of the leading coefficient: both products are exact, of 15 and 17 bits times 7.
+  Pack s1 = x.r1, s2 = x.r2;
+  if constexpr (Base::kLeadHi != 1) s1 = s1 * all<Pack>(Base::kLeadHi), s2 = s2 * all<Pack>(Base::kLeadHi);
+  const Pack s = s1 + s2;
+  Pack head = t.first, tail = t.second + s2;
   if constexpr (Base::kTwoLo == 0) {
     head = x.e + t.first;
   } else {
     head = x.e * all<Pack>(Base::kTwoHi) + t.first;  // exact: multiples of 2^-17 below 2^7
     tail = x.e * all<Pack>(Base::kTwoLo) + tail;
   }
-  Pack p = simd::polynomial(r, fit) * r;
-  if constexpr (Base::kLeadLo != 0) {
-    leading = x.r1 * all<Pack>(Base::kLeadHi);  // exact: 15 bits times 9
-    p = p + all<Pack>(Base::kLeadLo);
-  }
-  const Pack sum = head + leading;
-  const Pack rest = leading - (sum - head);
-  return sum + (rest + (tail + r * p));
+  Pack p = simd::polynomial(s, fit) * s;
+  if constexpr (Base::kLeadLo != 0) p = p + all<Pack>(Base::kLeadLo);
+  const Pack sum = head + s1;
+  const Pack rest = s1 - (sum - head);
+  return sum + (rest + (tail + s * p));
 }
 
 // ---- Ln ------------------------------------------------------------------------------------------------------------
@@ -160,6 +159,11 @@ using LnF32EP = Logarithm<LnF32EPForm, BaseE<double>>;
 
 // ---- Log2, Log10 ---------------------------------------------------------------------------------------------------
 
+// Behind s (1 + kLeadLo), s = r kLeadHi; given. Next to 1 they add at most 0.24 and 0.11 ulp to the rounding of the
+// result (tools/fits/fit --type f32 --given, with the pieces of logarithm_f64.h for c = 256, 257, 511 and 512).
+constexpr float kLog2F32HA[] = {-0.34908712f, 0.16189733f};
+constexpr float kLog10F32HA[] = {-1.155026f, 1.7759098f};
+
 template <class Base>
 struct TablesF32;
 template <>
@@ -170,14 +174,14 @@ struct TablesF32<BaseE<float>> {
 template <>
 struct TablesF32<Base2<float>> {
   static constexpr auto& kRows = kLog2ReciprocalF32;
-  static constexpr auto& kFitHA = kLog2FitF32HA;
+  static constexpr auto& kFitHA = kLog2F32HA;
   static constexpr auto& kFitLA = kLog2FitF32LA;
   static constexpr auto& kFitEP = kLog2FitF32EP;
 };
 template <>
 struct TablesF32<Base10<float>> {
   static constexpr auto& kRows = kLog10ReciprocalF32;
-  static constexpr auto& kFitHA = kLog10FitF32HA;
+  static constexpr auto& kFitHA = kLog10F32HA;
   static constexpr auto& kFitLA = kLog10FitF32LA;
   static constexpr auto& kFitEP = kLog10FitF32EP;
 };

@@ -6,7 +6,7 @@
 //   |x|^p = 2^(3 p q) (2^k m)^p.
 //
 // sCbrt, sInvCbrt and sPow2o3 in EP and LA take m^p from one polynomial on [1, 2), and 2^(k p) from a register; LA adds
-// the polynomial's share last, and sCbrt LA has 2^(k p) in two words: with a polynomial good to 2^-25.1 that is enough
+// the polynomial's share last, and sCbrt LA has 2^(k p) in two words: with a polynomial good to 2^-24.9 that is enough
 // for each of the 128 mantissas that cubes have in a float to come out exact. All others take (2^k c)^p from a table of
 // 3 * 64 rows, where c = 1 + j/64 is m cut to 6 bits, and the rest from the binomial series
 //
@@ -64,8 +64,9 @@ struct CbrtPower {
   static constexpr float kPowersOf2Low[4] = {0x1.4f5b9p-27f, 0, -0x1.9ca35ep-26f, 0};
   // Given; relative error 2^-13.6 on [1, 2].
   static constexpr float kPolynomialEP[] = {0.55229235f, 0.58806902f, -0.16351283f, 0.023202084f};
-  // Given to a few digits, refitted: 2^-25.1.
-  static constexpr auto& kPolynomialLA = kCbrtF32LA;
+  // Given, but for those of the powers 4 to 6; 2^-24.9.
+  static constexpr float kPolynomialLA[] = {0.3333309f,    -0.11103977f,  0.06103009f,  kCbrtF32LA[0],
+                                            kCbrtF32LA[1], kCbrtF32LA[2], 0.0016059474f};
 };
 
 struct InvCbrtPower {
@@ -95,7 +96,8 @@ struct Pow2o3Power {
   static constexpr float kPowersOf2[4] = {0x1.428a3p-1f, 1, 0x1.965feap0f, 0};
   // Given; 2^-14.2.
   static constexpr float kPolynomialEP[] = {0.21638376f, 0.92372727f, -0.16102907f, 0.020969581f};
-  // Given to a few digits, refitted: 2^-28.9.
+  // Refitted: 2^-28.9. With the given 0.66666472, -0.11106498, 0.048960138 of the first powers held, the best that the
+  // others can do is 2^-25.2, and more of the cubes, whose results are floats, would come out a unit off.
   static constexpr auto& kPolynomialLA = kPow2o3F32LA;
 };
 
