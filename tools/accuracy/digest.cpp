@@ -23,18 +23,26 @@ constexpr int kChunk = 1000;  // blocks and a tail
 constexpr int kSweep = 1 << 16;
 constexpr int kScalars = 16;  // exponents that a scalar second argument goes through
 
-// Every other argument is any bit pattern; the rest lie between 2^-12 and 2^12 in magnitude. Integers alone make them.
+// An argument of any bit pattern, of magnitude 2^-12 to 2^12, or next to 1, where logarithms and powers are finest.
+// Integers alone make them.
+enum class Kind { kAny, kOrdinary, kNearOne };
 template <class Real>
-Real draw(Random& random, bool any) {
+Real draw(Random& random, Kind kind) {
   using F = Format<Real>;
   using Bits = typename F::Bits;
   Bits bits = static_cast<Bits>(random.bits() >> (64 - sizeof(Real) * 8));
   // A NaN is a quiet one: 32-bit targets return numbers in x87 registers, which quiet the others on the way.
   if ((bits & F::kExponentMask) == F::kExponentMask) bits |= Bits{1} << (F::kPrecision - 2);
-  if (any) return from_bits<Real>(bits);
+  if (kind == Kind::kAny) return from_bits<Real>(bits);
+  if (kind == Kind::kNearOne) {
+    const Bits distance = (bits & ~F::kExponentMask) << 1 >> 2 >> random.bits() % (F::kPrecision - 1);
+    return from_bits<Real>(random.bits() % 2 == 0 ? to_bits(Real{1}) + distance : to_bits(Real{1}) - distance);
+  }
   const Bits field = static_cast<Bits>(F::kMaxExponent - 12 + static_cast<int>(random.bits() % 24));
   return from_bits<Real>((bits & ~F::kExponentMask) | field << (F::kPrecision - 1));
 }
+constexpr Kind kFirst[] = {Kind::kAny, Kind::kOrdinary, Kind::kNearOne, Kind::kOrdinary};
+constexpr Kind kSecond[] = {Kind::kAny, Kind::kAny, Kind::kOrdinary, Kind::kOrdinary};
 
 class Hash {
  public:
@@ -62,12 +70,12 @@ uint64_t digest_typed(const KernelRow& kernel, int slot) {
   for (int done = 0, next_scalar = 0; done < kSweep;) {
     const int n = kSweep - done < kChunk ? kSweep - done : kChunk;
     if (scalar && done >= next_scalar) {
-      x = draw<Real>(random, false) / 16;
+      x = draw<Real>(random, Kind::kOrdinary) / 16;
       next_scalar += kSweep / kScalars;
     }
     for (int i = 0; i < n; ++i) {
-      a[i] = draw<Real>(random, i % 2 == 0);
-      b[i] = scalar ? x : draw<Real>(random, i % 4 < 2);
+      a[i] = draw<Real>(random, kFirst[i % 4]);
+      b[i] = scalar ? x : draw<Real>(random, kSecond[i % 4]);
     }
     call_unit<Real>(kernel, slot, n, {a.data(), b.data(), r.data(), s.data()});
     for (int i = 0; i < n; ++i) {
