@@ -169,7 +169,7 @@ std::function<int()> attach_accuracy(CLI::App& app) {
   app.add_option("--low", sample.low, "Least first argument");
   app.add_option("--high", sample.high, "Greatest first argument");
   app.add_option("--directed", sample.directed, "Folder of directed arguments, <FUNCTION>.txt");
-  request->options.refine = 64;
+  request->options.refine = 512;
   app.add_option("--refine", request->options.refine, "Double, and pairs: rounds of search around the worst, at most")
       ->capture_default_str();
   app.add_option("--threads", request->options.threads, "Threads")->capture_default_str();
