@@ -97,8 +97,9 @@ void draw_line(const Reference& reference, Random& random, uint64_t samples, std
     const Interval& interval = reference.dense[i / 4 % reference.dense.size()];
     const Real any = with_exponent<Real>(random, i / 8 % (kFields<Real> + 1));
     const double ordinary = random.between(interval.low, interval.high);
-    // Ends are mostly those of ordinary results.
-    const double start = i / 4 % 4 == 0 ? random_sign(random, static_cast<double>(any)) : ordinary;
+    // Ends are mostly those of ordinary results; some are near another end, as the last rows of a range are.
+    double start = i / 4 % 4 == 0 ? random_sign(random, static_cast<double>(any)) : ordinary;
+    if (i / 4 % 4 == 1) start = beside_an_end(reference.ends, start, random, reference.origin);
     switch (i % 4) {
       case 0:
         a.push_back(i / 4 % 2 == 0 ? any : -any);
@@ -143,19 +144,19 @@ class PowerDraw {
   using F = Format<Real>;
 
   double t() {
+    static const std::vector<Ends> rows = {{Ends::kMultiples, {1, 64, 128, 1024, 2048}}};
     switch (random_.bits() % 8) {
       case 0: {  // the ends of normal and of denormal results
         const int ends[] = {F::kMaxExponent + 1, F::kMinExponent, F::kMinExponent - F::kPrecision + 1,
                             F::kMinExponent - F::kPrecision};
-        return ends[random_.bits() % 4] + random_sign(random_, of_any_size(random_, -40, 1));
+        const double t = ends[random_.bits() % 4] + random_sign(random_, of_any_size(random_, -40, 4));
+        return random_.bits() % 2 == 0 ? t : beside_an_end(rows, t, random_);
       }
       case 1:  // next to 1
         return random_sign(random_, of_any_size(random_, -70, 8));
       case 2:
-      case 3: {  // where the exponential's row changes
-        static const std::vector<Ends> rows = {{Ends::kMultiples, {1, 64, 128, 1024, 2048}}};
+      case 3:  // where the exponential's row changes
         return beside_an_end(rows, random_.between(lowest_, highest_), random_);
-      }
       default:
         return random_.between(lowest_, highest_);
     }
@@ -260,6 +261,13 @@ double beside_an_end(const std::vector<Ends>& ends, double x, Random& random, do
   const double distance = std::ldexp(random.between(-1, 1), -static_cast<int>(random.bits() % 56));
   // In a wider type: next to the origin the argument has more bits than the end.
   return static_cast<double>(static_cast<long double>(end.at) + origin + end.width * distance);
+}
+
+double in_another_period(const Reference& reference, double x, Random& random) {
+  const double periods = std::rint(random_sign(random, of_any_size(random, 0, 11)));
+  for (const Ends& rule : reference.ends)
+    if (rule.kind == Ends::kMultiples) return x + periods * rule.unit;
+  return std::ldexp(x - reference.origin, static_cast<int>(periods)) + reference.origin;
 }
 
 template <class Real>

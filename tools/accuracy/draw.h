@@ -18,4 +18,8 @@ void draw(const Reference& reference, Random& random, uint64_t samples, std::vec
 // of any lesser order down to the last place. The ends are those of x - origin.
 double beside_an_end(const std::vector<Ends>& ends, double x, Random& random, double origin = 0);
 
+// The argument at the same place of a reduction, some periods further: the unit of an exponential, a factor of 2 of the
+// others.
+double in_another_period(const Reference& reference, double x, Random& random);
+
 }  // namespace qlx::tools

@@ -173,8 +173,8 @@ struct Job {
     }
   }
 
-  // The next numbers on both sides, then numbers that differ in random low bits, some of another exponent; and some
-  // beside ends near those.
+  // The next numbers on both sides, then numbers that differ in random low bits, some of another exponent or period;
+  // and some beside ends near those.
   void add_around(const Worst& worst, int count, Random& random, Chunk<Real>& c) const {
     using F = Format<Real>;
     const int next_ones = count / 8;
@@ -184,11 +184,19 @@ struct Job {
       const Real near = from_bits<Real>(to_bits(value) ^ (static_cast<typename F::Bits>(random.bits()) & mask));
       return random.bits() % 8 == 0 ? std::ldexp(near, static_cast<int>(random.integer(-2, 2))) : near;
     };
-    const bool pairs = reference.arguments == 2, has_ends = reference.plan != Plan::kHypot;
+    const bool pairs = reference.arguments == 2;
     const auto blur_first = [&] {
       const Real near = blur(x);
-      if (!has_ends || random.bits() % 4 != 0) return near;
-      return static_cast<Real>(beside_an_end(reference.ends, static_cast<double>(near), random, reference.origin));
+      if (reference.plan == Plan::kHypot) return near;
+      switch (random.bits() % 8) {
+        case 0:
+          return static_cast<Real>(in_another_period(reference, static_cast<double>(near), random));
+        case 1:
+        case 2:
+          return static_cast<Real>(beside_an_end(reference.ends, static_cast<double>(near), random, reference.origin));
+        default:
+          return near;
+      }
     };
     for (int i = 0; i < count; ++i) {
       const bool move_b = pairs && i % 2 != 0, move_a = !move_b || i % 4 == 1;

@@ -45,7 +45,9 @@ Reference two(std::string_view name, Plan plan, void (*exact)(mpfr_ptr, mpfr_src
 // ---- Ends of reductions. The counts are those of the kernels' tables, and a few more; exp2 has the unit 1. ----------
 
 std::vector<Ends> exponential_ends(double unit) {
-  return {{Ends::kMultiples, {1, 4, 32, 64, 128, 1024, 2048}, unit}};
+  std::vector<double> points;  // results at the ends of both formats and of their denormals
+  for (const double exponent : {1024, 1022, 1074, 1075, 128, 126, 149, 150}) points.push_back(exponent * unit);
+  return {{Ends::kMultiples, {1, 4, 32, 64, 128, 1024, 2048}, unit}, {Ends::kPoints, {}, 1, points}};
 }
 constexpr double kLn2 = 0x1.62e42fefa39efp-1, kLog2 = 0x1.34413509f79ffp-2;  // ln 2, log10 2
 const std::vector<int> kLogarithmCounts = {64, 128, 256, 512, 1024};
