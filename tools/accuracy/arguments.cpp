@@ -59,7 +59,7 @@ Arguments<Real>::Arguments(const Reference& reference, const SampleOptions& opti
   if (sweep) {
     stride_ = options.exhaustive ? 1 : options.stride | 1;
     sweep_ = ((uint64_t{1} << 32) + stride_ - 1) / stride_;
-    period_stride_ = options.period_stride;
+    period_stride_ = options.period_stride == 0 ? 0 : options.period_stride | 1;
     if (stride_ > period_stride_ && period_stride_ > 0 && reference.period > 1) {
       const uint64_t bits = to_bits(static_cast<float>(reference.period)) - to_bits(kPeriodStart);
       period_ = bits / period_stride_;

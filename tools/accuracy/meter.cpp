@@ -316,16 +316,28 @@ void merge(Measurement& into, const Measurement& m) {
   keep_worse(into.relative, m.relative);
 }
 
+void merge(Measurement (&into)[3], const Measurement (&results)[3]) {
+  for (int slot = 0; slot < 3; ++slot) merge(into[slot], results[slot]);
+}
+
 double Measurement::relative_bits() const {
   return relative.error == 0 ? kInfinity : -std::log2(relative.error);
 }
 
 void measure(const KernelRow& row, const Reference& reference, const bool (&slots)[3], const MeterOptions& options,
              Measurement (&results)[3]) {
-  if (row.type == 's') {
-    measure_typed<float>(row, reference, slots, options, results);
-  } else {
-    measure_typed<double>(row, reference, slots, options, results);
+  MeterOptions seeded = options;
+  // A sweep has one seed's worth: what is drawn beside it is little.
+  if (row.type == 's' && reference.arguments == 1) seeded.seeds = 1;
+  for (Measurement& m : results) m = {};
+  for (int i = 0; i < seeded.seeds; ++i, ++seeded.sample.seed) {
+    Measurement found[3];
+    if (row.type == 's') {
+      measure_typed<float>(row, reference, slots, seeded, found);
+    } else {
+      measure_typed<double>(row, reference, slots, seeded, found);
+    }
+    merge(results, found);
   }
 }
 

@@ -47,6 +47,7 @@ struct Measurement {
 struct MeterOptions {
   SampleOptions sample;
   int threads = 2;
+  int seeds = 1;           // samples of so many seeds, from sample.seed on
   int refine = 0;          // rounds of search around the worst doubles or pairs, at most
   bool sieveless = false;  // every result to MPFR, to prove that the sieve changes nothing
 };
@@ -58,6 +59,7 @@ void measure(const KernelRow& row, const Reference& reference, const bool (&slot
 
 // Takes m's arguments into a measurement of others.
 void merge(Measurement& into, const Measurement& m);
+void merge(Measurement (&into)[3], const Measurement (&results)[3]);
 
 // One result against the exact value, by MPFR.
 struct ExactError {
