@@ -22,7 +22,7 @@ struct DirectedLine {
 struct SampleOptions {
   bool exhaustive = false;       // float functions of one argument: every bit pattern
   uint32_t stride = 127;         // else every stride-th, odd,
-  uint32_t period_stride = 1;    // and from 1 to the function's period every period_stride-th, odd; 0: none
+  uint32_t period_stride = 0;    // and from 1 to the function's period every period_stride-th, odd; 0: none
   uint64_t samples = 1'000'000;  // double, and pairs: drawn arguments before duplicates leave
   uint64_t seed = 1;
   double low = -std::numeric_limits<double>::infinity();  // interval of the first argument

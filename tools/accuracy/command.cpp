@@ -131,6 +131,7 @@ std::function<int()> attach_accuracy(CLI::App& app) {
       ->check(CLI::IsMember({"la", "ha", "ep"}));
   app.add_flag("--exhaustive", sample.exhaustive, "Float functions of one argument: every bit pattern");
   app.add_option("--stride", sample.stride, "Else every stride-th, made odd")->capture_default_str();
+  sample.period_stride = 1;
   app.add_option("--period-stride", sample.period_stride,
                  "Roots of floats: every so many-th from 1 to 4 or 8, where they are all; 0: none")
       ->capture_default_str();

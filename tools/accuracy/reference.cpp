@@ -52,12 +52,13 @@ std::vector<Ends> exponential_ends(double unit) {
 constexpr double kLn2 = 0x1.62e42fefa39efp-1, kLog2 = 0x1.34413509f79ffp-2;  // ln 2, log10 2
 const std::vector<int> kLogarithmCounts = {64, 128, 256, 512, 1024};
 // Double kernels that narrow their argument to float leave its range here; the roots of doubles end at kLargestRooted,
-// start at 2^-1020 (2^-970 in HA), and the cube's root starts and ends at 2^-681 and 2^682.
+// start at 2^-1020 (2^-970 in HA); the other ends are those of the cube's root and of its fast path.
 const Ends kNarrowing = {Ends::kPoints, {}, 1, {0x1p127, 0x1p128, 0x1p-126, 0x1p-127, 0x1p-149, 0x1p-150}};
 const Ends kRooted = {Ends::kPoints,
                       {},
                       1,
-                      {0x1.fffffffffffffp1021, 0x1p1022, 0x1p-1022, 0x1p-1020, 0x1p-970, 0x1p682, 0x1p-681, 0x1p-715}};
+                      {0x1.fffffffffffffp1021, 0x1p1022, 0x1p-1022, 0x1p-1020, 0x1p-970, 0x1p682, 0x1p-681, 0x1p-715,
+                       0x1p-717, 0x1p683, 0x1p-600, 0x1p680}};
 // Squares of hypotenuses: the fast paths' ends, and those of both formats.
 const Ends kSquares = {Ends::kPoints,
                        {},
