@@ -237,7 +237,7 @@ TEST(Meter, draws_lie_beside_the_ends_of_reductions) {
         Case{"Cbrt", 65.0 / 64, 1e-9}, Case{"Sqrt", 0x1p128, 0x1p108}, Case{"Pow", 1 + 0x1p-11, 1e-9}}) {
     Random random(1);
     std::vector<double> a, b;
-    draw(*find_reference(c.function), random, 4'000'000, a, b);
+    draw(*find_reference(c.function), random, 1'000'000, a, b);
     const auto near = [&](double low, double high) {
       return std::count_if(a.begin(), a.end(), [&](double x) { return low < x && x < high; });
     };

@@ -54,7 +54,7 @@ std::vector<const Reference*> functions_of(const Request& request) {
 int measure_kernel(const Request& request, const KernelRow& row, const Reference& reference, Record* record) {
   int status = 0;
   MeterOptions options = request.options;
-  if (options.seeds == 0) options.seeds = record ? 4 : 1;
+  if (options.seeds == 0) options.seeds = record ? 8 : 1;
   std::vector<Interval> intervals = {{options.sample.low, options.sample.high}};
   if (record) {
     intervals = record->intervals(row);
@@ -138,10 +138,10 @@ std::function<int()> attach_accuracy(CLI::App& app) {
   app.add_option("--samples", sample.samples, "Double, and pairs: arguments drawn")->capture_default_str();
   app.add_option("--seed", sample.seed, "Of the drawn arguments")->capture_default_str();
   request->options.seeds = 0;
-  app.add_option("--seeds", request->options.seeds, "So many seeds in turn, from that one on; 0: 1, and 4 for --record")
+  app.add_option("--seeds", request->options.seeds, "So many seeds in turn, from that one on; 0: 1, and 8 for --record")
       ->capture_default_str();
-  app.add_option("--low", sample.low, "Least first argument");
-  app.add_option("--high", sample.high, "Greatest first argument");
+  CLI::Option* low = app.add_option("--low", sample.low, "Least first argument");
+  CLI::Option* high = app.add_option("--high", sample.high, "Greatest first argument");
   app.add_option("--directed", sample.directed, "Folder of directed arguments, <FUNCTION>.txt");
   request->options.refine = 512;
   app.add_option("--refine", request->options.refine, "Double, and pairs: rounds of search around the worst, at most")
@@ -153,6 +153,7 @@ std::function<int()> attach_accuracy(CLI::App& app) {
                            app.add_flag("--print", request->print, "As the page docs/accuracy.md"),
                            app.add_flag("--record", request->record,
                                         "Write what was measured to tests/vecmath/bounds.csv and docs/accuracy.md")};
+  styles[2]->excludes(low)->excludes(high);  // the rows have intervals of their own
   for (CLI::Option* x : styles)
     for (CLI::Option* y : styles)
       if (x != y) x->excludes(y);
