@@ -224,24 +224,30 @@ struct Job {
     // The largest of the chunk is known before any of them goes to MPFR.
     double ulp = m.ulp.error, relative = m.relative.error;
     for (int i = 0; i < c.n; ++i) {
-      c.errors[i] = has_sieve ? sieve(c.r[i], c.y[i], reference.slack, reach) : Sieved{0, 0, false};
-      ulp = std::max(ulp, c.errors[i].certain ? c.errors[i].ulp : 0);
-      relative = std::max(relative, c.errors[i].certain ? c.errors[i].relative : 0);
+      const Sieved e = has_sieve ? sieve(c.r[i], c.y[i], reference.slack, reach) : Sieved{0, 0, false};
+      ulp = std::max(ulp, e.certain ? e.ulp : 0);
+      relative = std::max(relative, e.certain ? e.relative : 0);
+      c.errors[i] = e;
     }
     // Exact where it may be the largest, or where the sieve can't tell whether it is correctly rounded.
     const double large = std::max(ulp - 2 * reach, reach), relatively_large = relative - 2 * relative_reach;
+    uint64_t ordinary = 0, correct = 0;
+    double sum = 0;
     for (int i = 0; i < c.n; ++i) {
-      Sieved& e = c.errors[i];
+      const Sieved& e = c.errors[i];
       const bool decides =
           (e.ulp > reach) & ((e.ulp >= large) | (e.relative >= relatively_large) | (std::fabs(e.ulp - 0.5) <= reach));
       if (!e.certain | decides | (i == checked)) [[unlikely]] {
         if (!decide(c, i, m)) continue;
       }
-      const bool ordinary = std::fabs(c.r[i]) < std::numeric_limits<Real>::infinity() && c.r[i] != 0;
-      m.ordinary += ordinary;
-      m.sum += ordinary ? e.ulp : 0;
-      m.correct += ordinary & (e.ulp <= 0.5);
+      const bool counts = std::fabs(c.r[i]) < std::numeric_limits<Real>::infinity() && c.r[i] != 0;
+      ordinary += counts;
+      sum += counts ? e.ulp : 0;
+      correct += counts & (e.ulp <= 0.5);
     }
+    m.ordinary += ordinary;
+    m.sum += sum;
+    m.correct += correct;
   }
 
   // A lane by MPFR; false when it is of the wrong kind.
