@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
+#include "accuracy/draw.h"
 #include "accuracy/real.h"
+#include "accuracy/sieve.h"
 #include "vecmath/special_rows.h"
 
 namespace {
@@ -97,6 +100,7 @@ TEST(Meter, finds_what_is_wrong_with_a_kernel) {
   row.unit[kEP] = reinterpret_cast<AnyKernel>(exp_blot);
   MeterOptions options;
   options.sample.stride = 4099;
+  options.sample.samples = 0;  // the sweep alone
   Measurement m[3];
   measure(row, *find_reference("Exp"), {true, true, true}, options, m);
   for (const Measurement& x : m) {
@@ -184,6 +188,61 @@ TEST(Meter, sieves_hold_their_slack) {
   for (const Reference& reference : references()) {
     if (reference.sieve_f32) check_sieve<float>(reference);
     if (reference.sieve_f64) check_sieve<double>(reference);
+  }
+}
+
+// The same numbers with the sieve and by MPFR alone.
+void expect_same(const Measurement& sieved_one, const Measurement& exact, double reach, const std::string& name) {
+  EXPECT_EQ(sieved_one.count, exact.count) << name;
+  EXPECT_EQ(sieved_one.ordinary, exact.ordinary) << name;
+  EXPECT_EQ(sieved_one.correct, exact.correct) << name;
+  EXPECT_EQ(sieved_one.wrong_kind, exact.wrong_kind) << name;
+  EXPECT_NEAR(sieved_one.sum, exact.sum, reach * static_cast<double>(exact.count) + 1e-9 * exact.sum) << name;
+  for (const Worst Measurement::*w : {&Measurement::ulp, &Measurement::relative}) {
+    const Worst &x = sieved_one.*w, &y = exact.*w;
+    if (exact.ulp.error <= 2 * reach) continue;  // below what a sieve sees
+    EXPECT_EQ(x.error, y.error) << name;
+    EXPECT_EQ(x.a, y.a) << name;
+    EXPECT_EQ(x.b, y.b) << name;
+  }
+}
+
+TEST(Meter, the_sieve_changes_no_measurement) {
+  for (const Reference& reference : references())
+    for (const char type : {'s', 'd'}) {
+      const KernelRow* row = find_kernel(reference.name, type);
+      if (!row) continue;
+      MeterOptions options;
+      options.sample.stride = 1'000'003;
+      options.sample.samples = 2'000;
+      const bool all[] = {true, true, true};
+      Measurement sieved_ones[3], exact[3];
+      measure(*row, reference, all, options, sieved_ones);
+      options.sieveless = true;
+      measure(*row, reference, all, options, exact);
+      const double reach = type == 's' ? sieve_reach<float>(reference.slack) : sieve_reach<double>(reference.slack);
+      for (int slot = 0; slot < 3; ++slot)
+        expect_same(sieved_ones[slot], exact[slot], reach, type + row->name + " " + kSlotNames[slot]);
+    }
+}
+
+// The ends of reductions are in the sample, from both sides and close by.
+TEST(Meter, draws_lie_beside_the_ends_of_reductions) {
+  struct Case {
+    const char* function;
+    double end, within;
+  };
+  for (const Case& c :
+       {Case{"Exp", 0x1.62e42fefa39efp-2, 1e-9}, Case{"Log1p", 0x1p-11, 1e-9}, Case{"Ln", 1 + 0x1p-11, 1e-9},
+        Case{"Cbrt", 65.0 / 64, 1e-9}, Case{"Sqrt", 0x1p128, 0x1p108}, Case{"Pow", 1 + 0x1p-11, 1e-9}}) {
+    Random random(1);
+    std::vector<double> a, b;
+    draw(*find_reference(c.function), random, 1'000'000, a, b);
+    const auto near = [&](double low, double high) {
+      return std::count_if(a.begin(), a.end(), [&](double x) { return low < x && x < high; });
+    };
+    EXPECT_GT(near(c.end - c.within, c.end), 0) << c.function;
+    EXPECT_GT(near(c.end, c.end + c.within), 0) << c.function;
   }
 }
 

@@ -53,31 +53,57 @@ const Worst& bounded_error(const Measurement& m, int slot) {
 }
 
 std::string error_text(double error, int slot) {
+  constexpr double kSame = 1e-6;  // a text that is read and written again stays
   char text[32];
   if (slot != kEP || error == 0 || std::isinf(error)) {
-    std::snprintf(text, sizeof text, "%.4f", std::ceil(error * 1e4) / 1e4);
+    std::snprintf(text, sizeof text, "%.4f", std::ceil(error * 1e4 - kSame) / 1e4);
   } else {
-    std::snprintf(text, sizeof text, "2^%.2f", std::ceil(std::log2(error) * 100) / 100);
+    std::snprintf(text, sizeof text, "2^%.2f", std::ceil(std::log2(error) * 100 - kSame) / 100);
   }
   return text;
 }
 
-std::string propose_row(const KernelRow& row, const Reference& reference, int slot, const SampleOptions& sample,
-                        const Measurement& m) {
-  const Worst& worst = bounded_error(m, slot);
-  double bound = worst.error;
+double promise(char type, int slot) {
+  return slot == kHA ? 1 : slot == kLA ? 4 : type == 's' ? 0x1p-11 : 0x1p-26;
+}
+
+double bound_for(double error, char type, int slot) {
+  double bound = error;
   if (slot == kEP) {
-    if (bound != 0) bound = std::exp2(std::ceil(std::log2(bound) * 10 + 1) / 10);
-  } else if (bound > 0.5) {
-    bound = std::ceil(bound * 1.05 * 50) / 50;
-  } else if (bound > 0) {
+    if (error > 0) bound = std::exp2(std::ceil(std::log2(error) * 10 + 1) / 10);
+  } else if (error > 0.5) {
+    bound = std::ceil(error * 1.05 * 50) / 50;
+  } else if (error > 0) {
     bound = 0.5;
   }
-  char text[512];
-  std::snprintf(text, sizeof text, "%s,%c,%s,%g,%g,%s,%s,%s,", row.name.c_str(), row.type, kSlotNames[slot], sample.low,
-                sample.high, error_text(bound, slot).c_str(), error_text(worst.error, slot).c_str(),
-                hex_arguments(reference, worst.a, worst.b).c_str());
-  return text;
+  return error < promise(type, slot) ? std::min(bound, promise(type, slot)) : bound;
+}
+
+void write_bounds(const std::string& path, const std::vector<BoundRow>& rows) {
+  std::ofstream file(path);
+  file << "# Largest errors of the approximating kernels; tools/accuracy/bounds.h tells how to read a row.\n"
+          "# `qlx accuracy --record` writes bounds, measured errors and their arguments; notes are written by hand.\n"
+          "function,type,accuracy,low,high,bound,measured,worst,note\n";
+  for (const BoundRow& row : rows) {
+    char interval[64];
+    std::snprintf(interval, sizeof interval, "%.17g,%.17g", row.low, row.high);
+    file << row.function << ',' << row.type << ',' << kSlotNames[row.slot] << ',' << interval << ','
+         << error_text(row.bound, row.slot) << ',' << error_text(row.measured, row.slot) << ',' << row.worst << ','
+         << row.note << '\n';
+  }
+  if (!file.flush()) throw std::runtime_error(path + ": can't be written");
+}
+
+std::vector<DirectedLine> recorded_worst(const std::vector<BoundRow>& rows, const Reference& reference) {
+  constexpr int kNeighbours = 8;
+  std::vector<DirectedLine> lines;
+  for (const BoundRow& row : rows) {
+    if (row.function != reference.name) continue;
+    char* end;
+    const double a = std::strtod(row.worst.c_str(), &end);
+    lines.push_back({row.type, a, std::strtod(end, nullptr), kNeighbours});
+  }
+  return lines;
 }
 
 }  // namespace qlx::tools

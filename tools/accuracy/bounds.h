@@ -31,8 +31,18 @@ const Worst& bounded_error(const Measurement& m, int slot);
 // "0.5123" or "2^-12.5": errors rounded up, so that the text is never below the error.
 std::string error_text(double error, int slot);
 
-// A row as measured, with a bound that leaves some room: what an author starts from.
-std::string propose_row(const KernelRow& row, const Reference& reference, int slot, const SampleOptions& sample,
-                        const Measurement& m);
+// A kernel's bound by rule, from the largest error measured: 5 % more in ULP, rounded up to 1/50, or 0.1 to 0.2 bits of
+// EP's relative error; but 0.5 for what is correctly rounded, 0 for what is exact, and never beyond the promise that
+// the error itself keeps.
+double bound_for(double error, char type, int slot);
+
+// What an accuracy means to a caller: below 1 ULP (HA), 4 ULP (LA), 2^-11 or 2^-26 relative (EP).
+double promise(char type, int slot);
+
+// The rows and the file's head, for reading by read_bounds.
+void write_bounds(const std::string& path, const std::vector<BoundRow>& rows);
+
+// The directed lines that measure a function's recorded worst arguments again, with some neighbours.
+std::vector<DirectedLine> recorded_worst(const std::vector<BoundRow>& rows, const Reference& reference);
 
 }  // namespace qlx::tools

@@ -8,80 +8,26 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "accuracy/bounds.h"
-#include "accuracy/meter.h"
+#include "accuracy/record.h"
+#include "accuracy/report.h"
 
 namespace qlx::tools {
 
 namespace {
-
-// How the measurements are printed.
-enum class Style { kTable, kCsv, kPropose, kMarkdown };
-
-const char* const kMarkdownHead =
-    "An error is the distance from the result to the exact real, in units of the last place (ULP) of the binade\n"
-    "that holds the exact value, so that a correctly rounded result is at most 0.5 away. Below the least normal\n"
-    "number the unit is the least denormal. An infinite result counts as the next power of two beyond the\n"
-    "greatest number, unless the exact value rounds to infinity. The relative error is taken to the exact value\n"
-    "or the least normal number, whichever is greater, and is given in bits: 12.5 means 2^-12.5. Mean and share\n"
-    "of correctly rounded results are over arguments with a finite result that is not 0. The worst argument is\n"
-    "that of the relative error for EP, of the error in ULP for LA and HA. The bounds that the tests hold are in\n"
-    "tests/vecmath/bounds.csv.\n\n"
-    "| function | type | accuracy | arguments | max ULP | relative bits | mean ULP | correctly rounded | worst |\n"
-    "|---|---|---|---:|---:|---:|---:|---:|---|";
-
-void print_head(Style style, const std::string& command) {
-  switch (style) {
-    case Style::kTable:
-      std::puts(
-          "function t  a   arguments      max ulp rel bits mean ulp   correct    wrong  worst argument -> result");
-      break;
-    case Style::kCsv:
-      std::puts(
-          "function,type,accuracy,arguments,max_ulp,relative_bits,mean_ulp,share_correct,wrong_kind,worst,result");
-      break;
-    case Style::kPropose:
-      break;
-    case Style::kMarkdown:
-      std::printf("# Accuracy\n\nPrinted by `%s`.\n\n%s\n", command.c_str(), kMarkdownHead);
-      break;
-  }
-}
-
-void print_row(Style style, const KernelRow& row, const Reference& reference, int slot, const SampleOptions& sample,
-               const Measurement& m) {
-  if (style == Style::kPropose) {
-    std::puts(propose_row(row, reference, slot, sample, m).c_str());
-    return;
-  }
-  const Worst& worst = bounded_error(m, slot);
-  const std::string argument = hex_arguments(reference, worst.a, worst.b);
-  const auto count = static_cast<unsigned long long>(m.count), wrong = static_cast<unsigned long long>(m.wrong_kind);
-  const char *name = row.name.c_str(), *accuracy = kSlotNames[slot];
-  if (style == Style::kMarkdown) {
-    std::printf("| %s | %s | %s | %llu | %.4g | %.2f | %.4f | %.4f | `%s` |\n", name,
-                row.type == 's' ? "float" : "double", accuracy, count, m.ulp.error, m.relative_bits(), m.mean(),
-                m.share_correct(), argument.c_str());
-    return;
-  }
-  const char* format = style == Style::kCsv ? "%s,%c,%s,%llu,%.4f,%.2f,%.4f,%.4f,%llu,%s,%a\n"
-                                            : "%-8s %c %s %11llu %12.4f %7.2f %9.4f %9.4f %8llu  %s -> %a\n";
-  std::printf(format, name, row.type, accuracy, count, m.ulp.error, m.relative_bits(), m.mean(), m.share_correct(),
-              wrong, argument.c_str(), worst.result);
-}
 
 // What the options say.
 struct Request {
   std::vector<std::string> functions;
   std::string type, accuracy;
   MeterOptions options;
-  bool csv = false, propose = false, print = false;
+  bool csv = false, print = false, record = false;
+  std::string record_in = QLX_SOURCE_DIR;
+  bool slots[3] = {};  // those of `accuracy`
 
-  Style style() const {
-    return csv ? Style::kCsv : propose ? Style::kPropose : print ? Style::kMarkdown : Style::kTable;
-  }
+  Style style() const { return csv ? Style::kCsv : print ? Style::kMarkdown : Style::kTable; }
 };
 
 // A function's name in any case.
@@ -104,36 +50,57 @@ std::vector<const Reference*> functions_of(const Request& request) {
   return list;
 }
 
+// A kernel's slots, printed, and recorded where a record is kept.
+int measure_kernel(const Request& request, const KernelRow& row, const Reference& reference, Record* record) {
+  int status = 0;
+  MeterOptions options = request.options;
+  if (options.seeds == 0) options.seeds = record ? 8 : 1;
+  std::vector<Interval> intervals = {{options.sample.low, options.sample.high}};
+  if (record) {
+    intervals = record->intervals(row);
+    options.sample.also = record->worst(reference);
+  }
+  Measurement results[3];
+  for (const Interval& interval : intervals) {
+    options.sample.low = interval.low, options.sample.high = interval.high;
+    Measurement found[3];
+    measure(row, reference, request.slots, options, found);
+    if (record) record->take(row, reference, request.slots, interval, found);
+    merge(results, found);
+  }
+  for (int slot = 0; slot < 3; ++slot) {
+    if (!request.slots[slot]) continue;
+    std::fputs(row_text(request.style(), row, reference, slot, results[slot]).c_str(), stdout);
+    std::fflush(stdout);
+    if (record) record->take_page_row(row_text(Style::kMarkdown, row, reference, slot, results[slot]));
+    if (results[slot].sieve_misses == 0) continue;
+    std::fprintf(stderr, "%c%s: the sieve missed its slack %llu times\n", row.type, row.name.c_str(),
+                 static_cast<unsigned long long>(results[slot].sieve_misses));
+    status = 1;
+  }
+  return status;
+}
+
 int run(const Request& request, const std::string& command) {
   const std::vector<const Reference*> functions = functions_of(request);
-  bool slots[3];
-  for (int slot = 0; slot < 3; ++slot)
-    slots[slot] = request.accuracy.empty() || (request.accuracy == "la" && slot == kLA) ||
-                  (request.accuracy == "ha" && slot == kHA) || (request.accuracy == "ep" && slot == kEP);
-  print_head(request.style(), command);
+  std::unique_ptr<Record> record;
+  if (request.record)
+    record = std::make_unique<Record>(request.record_in + "/tests/vecmath/bounds.csv",
+                                      request.record_in + "/docs/accuracy.md");
+  std::fputs(head_text(request.style(), command).c_str(), stdout);
   int status = 0;
   for (const Reference* reference : functions) {
     const std::string name(reference->name);
-    for (const char type : {'s', 'd'}) {
-      if (!request.type.empty() && request.type[0] != type) continue;
-      const KernelRow* row = find_kernel(name, type);
-      if (!row) {
+    for (const char type : request.type.empty() ? std::string("sd") : request.type) {
+      if (const KernelRow* row = find_kernel(name, type)) {
+        status |= measure_kernel(request, *row, *reference, record.get());
+      } else {
         std::fprintf(stderr, "%c%s is not built\n", type, name.c_str());
-        continue;
-      }
-      Measurement results[3];
-      measure(*row, *reference, slots, request.options, results);
-      for (int slot = 0; slot < 3; ++slot) {
-        if (!slots[slot]) continue;
-        print_row(request.style(), *row, *reference, slot, request.options.sample, results[slot]);
-        std::fflush(stdout);
-        if (results[slot].sieve_misses == 0) continue;
-        std::fprintf(stderr, "%c%s: the sieve missed its slack %llu times\n", type, name.c_str(),
-                     static_cast<unsigned long long>(results[slot].sieve_misses));
-        status = 1;
       }
     }
   }
+  // A run of some functions is part of the record that the whole command would make.
+  if (record) record->write(head_text(Style::kMarkdown, "qlx accuracy --record"));
   return status;
 }
 
@@ -164,22 +131,39 @@ std::function<int()> attach_accuracy(CLI::App& app) {
       ->check(CLI::IsMember({"la", "ha", "ep"}));
   app.add_flag("--exhaustive", sample.exhaustive, "Float functions of one argument: every bit pattern");
   app.add_option("--stride", sample.stride, "Else every stride-th, made odd")->capture_default_str();
+  sample.period_stride = 1;
+  app.add_option("--period-stride", sample.period_stride,
+                 "Roots of floats: every so many-th from 1 to 4 or 8, where they are all; 0: none")
+      ->capture_default_str();
   app.add_option("--samples", sample.samples, "Double, and pairs: arguments drawn")->capture_default_str();
   app.add_option("--seed", sample.seed, "Of the drawn arguments")->capture_default_str();
-  app.add_option("--low", sample.low, "Least first argument");
-  app.add_option("--high", sample.high, "Greatest first argument");
+  request->options.seeds = 0;
+  app.add_option("--seeds", request->options.seeds, "So many seeds in turn, from that one on; 0: 1, and 8 for --record")
+      ->capture_default_str();
+  CLI::Option* low = app.add_option("--low", sample.low, "Least first argument");
+  CLI::Option* high = app.add_option("--high", sample.high, "Greatest first argument");
   app.add_option("--directed", sample.directed, "Folder of directed arguments, <FUNCTION>.txt");
-  request->options.refine = 64;
+  request->options.refine = 512;
   app.add_option("--refine", request->options.refine, "Double, and pairs: rounds of search around the worst, at most")
       ->capture_default_str();
+  request->options.threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
   app.add_option("--threads", request->options.threads, "Threads")->capture_default_str();
+  app.add_option("--record-in", request->record_in, "Source tree whose files --record writes");
   CLI::Option* styles[] = {app.add_flag("--csv", request->csv, "Comma-separated values"),
-                           app.add_flag("--propose", request->propose, "Rows for tests/vecmath/bounds.csv"),
-                           app.add_flag("--print", request->print, "The page docs/accuracy.md")};
+                           app.add_flag("--print", request->print, "As the page docs/accuracy.md"),
+                           app.add_flag("--record", request->record,
+                                        "Write what was measured to tests/vecmath/bounds.csv and docs/accuracy.md")};
+  styles[2]->excludes(low)->excludes(high);  // the rows have intervals of their own
   for (CLI::Option* x : styles)
     for (CLI::Option* y : styles)
       if (x != y) x->excludes(y);
-  return [request, &app] { return run(*request, command_text(app)); };
+  return [request, &app] {
+    const std::string& a = request->accuracy;
+    request->slots[kLA] = a.empty() || a == "la";
+    request->slots[kHA] = a.empty() || a == "ha";
+    request->slots[kEP] = a.empty() || a == "ep";
+    return run(*request, command_text(app));
+  };
 }
 
 }  // namespace qlx::tools

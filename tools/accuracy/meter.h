@@ -47,13 +47,19 @@ struct Measurement {
 struct MeterOptions {
   SampleOptions sample;
   int threads = 2;
-  int refine = 0;  // rounds of search around the worst double or pair, at most
+  int seeds = 1;           // samples of so many seeds, from sample.seed on
+  int refine = 0;          // rounds of search around the worst doubles or pairs, at most
+  bool sieveless = false;  // every result to MPFR, to prove that the sieve changes nothing
 };
 
 // Measures the slots of `row` that are set in `slots`, over the same arguments, each kernel once: results[slot] of a
 // slot that shares its kernel repeats the first one's. The thread's mode is QVM_ERRMODE_IGNORE meanwhile.
 void measure(const KernelRow& row, const Reference& reference, const bool (&slots)[3], const MeterOptions& options,
              Measurement (&results)[3]);
+
+// Takes m's arguments into a measurement of others.
+void merge(Measurement& into, const Measurement& m);
+void merge(Measurement (&into)[3], const Measurement (&results)[3]);
 
 // One result against the exact value, by MPFR.
 struct ExactError {
