@@ -94,7 +94,7 @@ End end_near(const Ends& rule, double x, Random& random) {
 template <class Real>
 void draw_line(const Reference& reference, Random& random, uint64_t samples, std::vector<Real>& a) {
   for (uint64_t i = 0; i < samples; ++i) {
-    const Interval& interval = reference.dense[i / 4 % reference.dense.size()];
+    const Interval& interval = reference.dense[i / 16 % reference.dense.size()];
     const Real any = with_exponent<Real>(random, i / 8 % (kFields<Real> + 1));
     const double ordinary = random.between(interval.low, interval.high);
     // Ends are mostly those of ordinary results; some are near another end, as the last rows of a range are.
