@@ -56,7 +56,7 @@ std::string error_text(double error, int slot) {
   constexpr double kSame = 1e-6;  // a text that is read and written again stays
   char text[32];
   if (slot != kEP || error == 0 || std::isinf(error)) {
-    std::snprintf(text, sizeof text, "%.4f", std::ceil(error * 1e4 - kSame) / 1e4);
+    std::snprintf(text, sizeof text, "%.4f", std::ceil(error * 1e4 - kSame) / 1e4 + 0.0);  // no -0
   } else {
     std::snprintf(text, sizeof text, "2^%.2f", std::ceil(std::log2(error) * 100 - kSame) / 100);
   }
