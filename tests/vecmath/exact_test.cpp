@@ -53,7 +53,7 @@ std::vector<Exact<Real>> exact_cases() {
   return {
       {"Exp", [](auto& c) { c.add(0, 1), c.add(-0.0, 1); }},
       {"Exp10", [](auto& c) { c.add(0, 1), c.add(-0.0, 1); }},
-      {"Expm1", [](auto& c) { c.add(0, 0); }},
+      {"Expm1", [](auto& c) { c.add(0, 0), c.add(-0.0, -0.0); }},
       {"Ln", [](auto& c) { c.add(1, 0); }},
       {"Log10", [](auto& c) { c.add(1, 0); }},
       {"Log1p", [](auto& c) { c.add(0, 0), c.add(-0.0, -0.0); }},
@@ -86,6 +86,10 @@ std::vector<Exact<Real>> exact_cases() {
                const double z = static_cast<double>(k * (m * m + n * n));
                c.add(x, y, z), c.add(-y, x, z);
              }
+         for (int e = kLeast; e <= F::kMaxExponent; ++e) {
+           const double x = static_cast<double>(std::ldexp(Real(1.9), e));
+           c.add(x, -0.0, x), c.add(0, -x, x);
+         }
        }},
       {"Pow",
        [](auto& c) {

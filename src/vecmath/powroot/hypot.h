@@ -77,6 +77,23 @@ inline Status hypot_callout(const Real* a, const Real* b, Real* r) {
   return *r > callout::kLargest<Real> ? kOverflow : kOk;
 }
 
+// ---- Beside a zero: the other argument's magnitude, as C asks. HA gives it by itself; LA marks such lanes for its
+// second road, and EP promises less.
+
+template <class Pack>
+inline typename Pack::Mask beside_zero(Pack a, Pack b) {
+  return (a == all<Pack>(0)) | (b == all<Pack>(0));
+}
+template <class Pack>
+inline Pack sum_of_magnitudes(Pack a, Pack b) {
+  return simd::abs(a) + simd::abs(b);
+}
+// Of the lanes that need care, those that this doesn't serve.
+template <class Pack>
+inline typename Pack::Mask not_served_beside_zero(Pack a, Pack b, typename Pack::Mask care) {
+  return simd::without(care, beside_zero(a, b)) | simd::not_finite(sum_of_magnitudes(a, b));
+}
+
 // ---- Float ---------------------------------------------------------------------------------------------------------
 
 // The least s whose parts are normal, also where denormals are flushed.
@@ -112,7 +129,12 @@ struct HypotF32LA {
     // The correction with 0.5 is that of s - y^2, in which y's rounding doesn't count, only that of y^2: half of a unit
     // of s, a quarter of the root's. So an exact root comes out exact, once e's next term is in the factor as well.
     const Pack factor = g * (all<Pack>(0.5f) + e * all<Pack>(0.375f));
-    return {y + (s - y * y) * factor, outside(s, kLeastSumF32, callout::kLargest<float>)};
+    return {y + (s - y * y) * factor, outside(s, kLeastSumF32, callout::kLargest<float>) | beside_zero(a, b)};
+  }
+  Pack second_formula(Pack a, Pack b) const { return sum_of_magnitudes(a, b); }
+  Pack::Mask second_care(Pack a, Pack b) const {
+    const Pack zero = all<Pack>(0);
+    return not_served_beside_zero(a, b, zero == zero);
   }
   static Status callout(const float* a, const float* b, float* r) { return HypotF32HA::callout(a, b, r); }
 };
@@ -149,17 +171,25 @@ struct HypotF64 {
   shell::Marked<Pack> formula(Pack a, Pack b) const {
     const auto s = Root::sum(a, b);
     const RootF64 y = Root::root(s, simd::rsqrt_estimate(Root::rounded(s)));
+    if constexpr (Root::kMarksZeros) return {y.result, no_estimate(y.residual) | beside_zero(a, b)};
     return {y.result, no_estimate(y.residual)};
   }
   Pack second_formula(Pack a, Pack b) const {
     const auto s = Root::sum(a, b);
-    return Root::root(s, simd::rsqrt_estimate_any_exponent(Root::rounded(s))).result;
+    const Pack root = Root::root(s, simd::rsqrt_estimate_any_exponent(Root::rounded(s))).result;
+    if constexpr (Root::kMarksZeros) return simd::select(beside_zero(a, b), sum_of_magnitudes(a, b), root);
+    return root;
   }
-  Pack::Mask second_care(Pack a, Pack b) const { return outside(Root::rounded(Root::sum(a, b)), 0x1p-900, 0x1p1021); }
+  Pack::Mask second_care(Pack a, Pack b) const {
+    const Pack::Mask care = outside(Root::rounded(Root::sum(a, b)), 0x1p-900, 0x1p1021);
+    if constexpr (Root::kMarksZeros) return not_served_beside_zero(a, b, care);
+    return care;
+  }
   static Status callout(const double* a, const double* b, double* r);
 };
 
 struct HypotF64HARoot {
+  static constexpr bool kMarksZeros = false;
   using Sum = TwoWords<PackF64>;
   static Sum sum(PackF64 a, PackF64 b) { return sum_of_squares(a, b, all_bits<PackF64>(0xFFFFFFFFF8000000)); }
   static PackF64 rounded(const Sum& s) { return s.high; }
@@ -176,6 +206,7 @@ struct HypotF64HARoot {
 using HypotF64HA = HypotF64<HypotF64HARoot>;
 
 struct HypotF64LARoot {
+  static constexpr bool kMarksZeros = true;
   static PackF64 sum(PackF64 a, PackF64 b) { return a * a + b * b; }
   static PackF64 rounded(PackF64 s) { return s; }
   static RootF64 root(PackF64 s, PackF64 g) {
@@ -187,6 +218,7 @@ struct HypotF64LARoot {
 using HypotF64LA = HypotF64<HypotF64LARoot>;
 
 struct HypotF64EPRoot {
+  static constexpr bool kMarksZeros = false;
   static PackF64 sum(PackF64 a, PackF64 b) { return a * a + b * b; }
   static PackF64 rounded(PackF64 s) { return s; }
   static RootF64 root(PackF64 s, PackF64 g) {
