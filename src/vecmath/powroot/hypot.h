@@ -69,12 +69,15 @@ inline Status hypot_callout(const Real* a, const Real* b, Real* r) {
   const Real u = callout::magnitude(x), v = callout::magnitude(y);
   const Real larger = u > v ? u : v, smaller = u > v ? v : u;
   if (smaller == 0) return *r = larger + smaller, kOk;  // both zeros: +0
+  // The smaller's part is below a tenth of a unit, and its square would underflow.
+  constexpr auto kApart = static_cast<typename Format::Bits>(Format::kMantissaBits / 2 + 3) << Format::kMantissaBits;
+  if (Format::magnitude(larger) - Format::magnitude(smaller) > kApart) return *r = larger, kOk;
   if constexpr (sizeof(Real) == 4) {
     *r = careful_hypot(larger, smaller);
   } else {
     *r = careful_hypot<Formula>(larger, smaller);
   }
-  return *r > callout::kLargest<Real> ? kOverflow : kOk;
+  return callout::is_special(*r) ? kOverflow : kOk;
 }
 
 // ---- Beside a zero: the other argument's magnitude, as C asks. HA gives it by itself; LA marks such lanes for its
@@ -88,10 +91,16 @@ template <class Pack>
 inline Pack sum_of_magnitudes(Pack a, Pack b) {
   return simd::abs(a) + simd::abs(b);
 }
-// Of the lanes that need care, those that this doesn't serve.
+// Lanes whose larger argument is outside of [low, high], or that have a NaN. No arithmetic: a square or sum that
+// underflows takes some processors long.
 template <class Pack>
-inline typename Pack::Mask not_served_beside_zero(Pack a, Pack b, typename Pack::Mask care) {
-  return simd::without(care, beside_zero(a, b)) | simd::not_finite(sum_of_magnitudes(a, b));
+inline typename Pack::Mask larger_outside(Pack a, Pack b, typename Pack::Real low, typename Pack::Real high) {
+  return outside(simd::hardware_max(simd::abs(a), simd::abs(b)), low, high) | simd::unordered(a, b);
+}
+// And what the second road doesn't serve beside a zero either.
+template <class Pack>
+inline typename Pack::Mask not_beside_zero(Pack a, Pack b, typename Pack::Mask care) {
+  return simd::without(care, beside_zero(a, b)) | larger_outside<Pack>(a, b, 0, callout::kLargest<typename Pack::Real>);
 }
 
 // ---- Float ---------------------------------------------------------------------------------------------------------
@@ -134,7 +143,7 @@ struct HypotF32LA {
   Pack second_formula(Pack a, Pack b) const { return sum_of_magnitudes(a, b); }
   Pack::Mask second_care(Pack a, Pack b) const {
     const Pack zero = all<Pack>(0);
-    return not_served_beside_zero(a, b, zero == zero);
+    return not_beside_zero(a, b, zero == zero);
   }
   static Status callout(const float* a, const float* b, float* r) { return HypotF32HA::callout(a, b, r); }
 };
@@ -181,8 +190,8 @@ struct HypotF64 {
     return root;
   }
   Pack::Mask second_care(Pack a, Pack b) const {
-    const Pack::Mask care = outside(Root::rounded(Root::sum(a, b)), 0x1p-900, 0x1p1021);
-    if constexpr (Root::kMarksZeros) return not_served_beside_zero(a, b, care);
+    const Pack::Mask care = larger_outside(a, b, 0x1p-450, 0x1p510);
+    if constexpr (Root::kMarksZeros) return not_beside_zero(a, b, care);
     return care;
   }
   static Status callout(const double* a, const double* b, double* r);

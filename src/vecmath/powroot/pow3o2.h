@@ -51,7 +51,7 @@ inline Status pow3o2_callout(const Real* a, Real* r) {
   } else {
     *r = careful_pow3o2<Formula>(x);
   }
-  return *r > callout::kLargest<Real> ? kOverflow : kOk;
+  return callout::is_special(*r) ? kOverflow : kOk;
 }
 
 // Under QVM_ERRMODE_NOERR: +0 and the infinity by the two bounds, +0 for both zeros too. Negative arguments and NaNs
