@@ -65,7 +65,7 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
-// ---- Denormals, without arithmetic on them: it makes some processors start over, for 40 ns
+// ---- Denormals, without arithmetic on them: it makes some processors start over
 
 template <class Real>
 inline bool is_denormal(Real x) {  // or a zero
