@@ -51,8 +51,8 @@ inline double careful_hypot(double larger, double smaller) {
     // As numbers of the least denormal; from 2^52 on the root is normal again.
     const double units = callout::one_lane<Formula>(callout::lifted(larger), callout::lifted(smaller));
     if (units >= 0x1p52) return units * callout::kPowerOf2<double, -100> * callout::kPowerOf2<double, 100 - 1074>;
-    const double whole = units + 0x1p52;  // rounded to an integer, which its mantissa holds
-    const auto bits = std::bit_cast<uint64_t>(whole) & simd::Ieee<double>::kMantissa;
+    const double whole = units + 0x1p52;  // rounded to an integer, by which its bits are above those of 2^52
+    const auto bits = std::bit_cast<uint64_t>(whole) - std::bit_cast<uint64_t>(0x1p52);
     return callout::denormal<double>(bits, whole - 0x1p52 == units);
   }
   const uint64_t field = 2046 - (std::bit_cast<uint64_t>(larger) >> 52);
