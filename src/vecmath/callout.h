@@ -65,6 +65,11 @@ inline Real underflow(Real x) {
   return with_sign_of(x, kTiny<Real>) * opaque(kTiny<Real>);
 }
 
+// 2^k for a k in the range of normal doubles.
+inline double power_of_two(int k) {
+  return std::bit_cast<double>(static_cast<uint64_t>(k + 1023) << 52);
+}
+
 // ---- Denormals, without arithmetic on them: it makes some processors start over
 
 template <class Real>

@@ -18,6 +18,7 @@ namespace qlx::explog {
 
 using callout::is_negative;
 using callout::is_special;
+using callout::power_of_two;
 using simd::all;
 using simd::all_bits;
 using simd::PackF32;
@@ -92,10 +93,6 @@ inline ScaledSum exp10_sum(double x) {
   const double n = rounded(x * 0x1.a934f0979a371p+7);
   const double s = (x - n * 0x1.3441350ap-8) - n * -0x1.0c0219dc1da99p-45;
   return scaled_sum(static_cast<int>(n), s * 0x1.26bb1bbb55516p+1);
-}
-
-inline double power_of_two(int k) {
-  return std::bit_cast<double>(static_cast<uint64_t>(1023 + k) << 52);
 }
 
 // A float's result: a double holds every one of them as a normal number, so that the conversion rounds once.

@@ -7,15 +7,11 @@ namespace {
 
 using Pack = simd::OneF64;
 
-double power_of_2(int k) {
-  return std::bit_cast<double>(static_cast<uint64_t>(k + 1023) << 52);
-}
-
 // (value + rest) 2^n for a result below 2^-1022, rounded once. In c + value, c = 2^(-1022 - n), the unit of the last
 // place is that of the denormal result: 2^n c is 2^-1022, and the sum is less than 2 c. So the bits above c's are the
 // result's.
 double to_denormal(double value, double rest, int n) {
-  const double c = power_of_2(-1022 - n), near = c + value;
+  const double c = callout::power_of_two(-1022 - n), near = c + value;
   const double lost = ((c - near) + value) + rest, sum = near + lost;
   const auto bits = std::bit_cast<uint64_t>(sum) - std::bit_cast<uint64_t>(c);
   const bool exact = (near - sum) + lost == 0;
@@ -39,9 +35,9 @@ double general_power(double x, double y, double sign) {
   const double value = simd::first(e.value), rest = simd::first(e.rest), both = value + rest;
   double power;
   if (n >= 0) {
-    power = (both * power_of_2(n - 1)) * callout::opaque(2.0);  // n may be 1024, and the result still finite
+    power = (both * callout::power_of_two(n - 1)) * callout::opaque(2.0);  // n may be 1024, and the result still finite
   } else if (n > -1022 || (n == -1022 && both >= 1)) {
-    power = both * power_of_2(n);
+    power = both * callout::power_of_two(n);
   } else {
     power = to_denormal(value, rest, n);
   }
